@@ -1,0 +1,38 @@
+// Files, read and written whole. Any thread, as long as two do not write one file.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vt {
+
+/// Reads a regular file of at most `limit` bytes. False, and `out` empty, when it is missing,
+/// longer, not a regular file or cannot be read.
+bool readFile(const std::string& path, std::string& out, size_t limit = 64u << 20);
+
+/// Writes `<path>.tmp`, flushes it to the disk and renames it over `path`: the old file or the new
+/// one, whole, whatever happens. False leaves the old one.
+bool writeFileAtomic(const std::string& path, std::string_view bytes);
+
+/// One write of `text` at the end of the file, which is made when missing; lines of several threads
+/// and programs do not mix.
+bool appendFile(const std::string& path, std::string_view text);
+
+/// With all parents. True when it exists afterwards.
+bool makeFolders(const std::string& path);
+
+bool fileExists(const std::string& path);
+bool removeFile(const std::string& path);
+
+struct FolderEntry {
+    std::string name;
+    bool isFolder = false;
+    uint64_t size = 0;
+};
+
+/// Sorted by name, without "." and "..". Empty when the folder cannot be read.
+std::vector<FolderEntry> listFolder(const std::string& path);
+
+} // namespace vt
