@@ -10,7 +10,8 @@
 
 namespace vt {
 
-/// A read-only view. Move-only; one thread.
+/// A read-only view. Move-only; one thread. Nothing is mapped: what is read is copied, so that an
+/// object which shrinks meanwhile gives a failed copy and not a fault.
 class SharedMap {
 public:
     SharedMap() = default;
@@ -40,8 +41,6 @@ public:
 
 private:
     int fd_ = -1;
-    void* view_ = nullptr; // mapped size is viewSize_; reads beyond the object go through pread
-    size_t viewSize_ = 0;
 };
 
 /// The writer's side: makes the object (or takes over a leftover one), removes it when closed.

@@ -28,7 +28,6 @@ public:
     void release();
 
 private:
-    int lock_ = -1;
     int socket_ = -1;
     std::string name_;
 };
