@@ -26,7 +26,8 @@ struct TickWords {
 
 struct MainTick;
 
-/// The pass order stands as this table: `run` may be null where nothing registered yet.
+/// One step of a tick. `run` is null where nothing registered yet. `frame` is the newest one and
+/// valid during this tick alone.
 struct TickStep {
     const char* name = "";
     std::function<void(MainTick&, const SimFrame&)> run;
@@ -46,18 +47,39 @@ struct MainTick {
     std::function<bool()> connectionToKeep; // keeps the middle pace
 };
 
-/// The steps in their order, those of this program filled in, the others null.
+/// The fifteen steps in their order:
+///
+///   takeFrame       the newest frame is at hand already; whoever follows the tick itself
+///   panelWatchers   profile prompt, setup assistants, steering, background import
+///   saveIfDirty     settings to disk
+///   share           lap sharing and finished downloads
+///   streaming       heart rate, chat, bot
+///   choosePace      filled in: the interval until the next tick
+///   perfstats       performance log
+///   trackerDrain    recorder, session watch, coach
+///   pitStrategy     pit stops, fuel saving
+///   engineer        voice
+///   driftRuns       drift run tracker
+///   overlayPass     filled in: pit laps, then every overlay's turn
+///   breadcrumb      for the hang report
+///   outputs         mirrors and headsets
+///   recoverDevice   filled in: rebuilds a lost drawing device
+///
+/// The others are null until somebody registers.
 std::vector<TickStep> defaultTickSteps();
-/// Sets what a named step runs. False when there is no such step.
+/// Sets what a named step runs, in place of what it ran before. False when there is no such step.
 bool setTickStep(MainTick& tick, const char* name,
                  std::function<void(MainTick&, const SimFrame&)> run);
 
+/// The handler of `kTickMessage`. Inside a running tick (a modal loop) it only takes the message.
 void mainTick(MainTick& tick);
+/// Gives every enabled or edited overlay its turn, beginning where the last pass ran out of time.
 void overlayPass(MainTick& tick, const SimFrame& frame);
 /// 16667, 100000 or 250000 microseconds.
 uint32_t choosePace(const MainTick& tick, const SimFrame& frame);
 
-/// Body of the pacer's thread; posts `kTickMessage` to `window` until `tickStop`.
+/// Body of the pacer's thread; posts `kTickMessage` to `window` until `tickStop`. Waking `timer`
+/// makes it look at its words at once: to end, or to take a new interval.
 void tickPacer(TickWords& words, DeadlineTimer& timer, WindowId window);
 
 } // namespace vt
