@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <signal.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -29,7 +30,11 @@ size_t fileSize(int fd) {
 // The kernel refuses a read lease with EAGAIN exactly while somebody holds the file open or mapped
 // for writing. It grants leases only on files of the user itself (or with CAP_LEASE); where it
 // refuses for another reason nothing can be told, and the object counts as alive.
+//
+// A writer that comes between the two calls makes the kernel send a signal, by default one that ends
+// the program; SIGURG is ignored unless asked for.
 bool hasWriter(int fd) {
+    fcntl(fd, F_SETSIG, SIGURG);
     if (fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
         fcntl(fd, F_SETLEASE, F_UNLCK);
         return false;
