@@ -1,0 +1,337 @@
+#include "app/driver.h"
+
+#include "app/demo_layout.h"
+#include "app/host_window.h"
+#include "app/main_tick.h"
+#include "app/shoot.h"
+#include "app/sim_pump.h"
+#include "base/log.h"
+#include "base/translate.h"
+#include "overlay/overlays/overlay_catalogue.h"
+#include "overlay/settings/settings_store.h"
+#include "overlay/window/overlay_hotkeys.h"
+#include "platform/desktop.h"
+#include "platform/file.h"
+#include "platform/headless/headless.h"
+#include "platform/paths.h"
+#include "platform/picture_file.h"
+#include "platform/process_list.h"
+#include "platform/quit_signal.h"
+#include "platform/single_instance.h"
+#include "telemetry/readers/iracing.h"
+#include "telemetry/sim_registry.h"
+
+#include <thread>
+
+namespace vt {
+
+namespace {
+
+constexpr int kHeadlessPictureMs = 5000;
+constexpr uint32_t kPictureTimer = 1;
+
+struct Driver {
+    explicit Driver(const CommandLine& commandLine) : line(commandLine) {}
+
+    const CommandLine& line;
+    Clock clock;
+    ProgramWords words;
+    SingleInstance instance;
+    std::string appDataDir, settingsDir;
+
+    AppConfig config;
+    AppConfig stored; // as loaded, for what the demo layout must not overwrite
+    DemoLayout demoLayout;
+    bool demoLayoutOn = false;
+    bool firstRun = false;
+    SaveState saveState;
+
+    OverlayHost host{config, clock, {}, {}, {}, {}, false, false, {}};
+    std::vector<std::unique_ptr<OverlayWindow>> overlays;
+    OverlayHotkeys hotkeys;
+    HostWindow panel;
+
+    TripleBuffer buffer;
+    PumpWords pumpWords;
+    ProcessScan scan;
+    IRacingWants iracingWants;
+    SimPump pump{buffer, pumpWords, scan, clock, listProcessNames, {}, {}, {}};
+    std::thread pumpThread;
+
+    TickWords tickWords;
+    DeadlineTimer tickTimer;
+    MainTick tick{buffer, pumpWords, tickWords, host, clock, {}, 0, 8.0, false, {}, {}};
+    std::thread tickThread;
+
+    bool drawingStarted = false;
+    std::string screenPicture; // where the headless screen is written; empty = nowhere
+};
+
+// The heartbeat is stamped by a plain function that the loop calls before every message.
+Driver* running = nullptr;
+
+bool saveNow(Driver& d) {
+    if (!d.demoLayoutOn) return saveSettings(d.config, d.settingsDir);
+    AppConfig out = withoutDemoLayout(d.config, d.demoLayout, d.stored);
+    const bool good = saveSettings(out, d.settingsDir);
+    return good;
+}
+
+void saveWhenDirty(Driver& d) {
+    if (!d.config.settingsDirty) return;
+    if (!d.demoLayoutOn) {
+        saveIfDirty(d.config, d.settingsDir, d.saveState, clockMs(d.clock));
+        return;
+    }
+    AppConfig out = withoutDemoLayout(d.config, d.demoLayout, d.stored);
+    out.settingsDirty = true;
+    saveIfDirty(out, d.settingsDir, d.saveState, clockMs(d.clock));
+    d.config.settingsDirty = out.settingsDirty;
+}
+
+// ---- start
+// ----------------------------------------------------------------------------------------
+
+void findFolders(Driver& d) {
+    d.appDataDir = appDataFolder();
+    if (d.appDataDir.empty()) return;
+    makeFolders(d.appDataDir);
+    d.settingsDir = settingsFolder();
+}
+
+void loadConfig(Driver& d) {
+    const PointI screen = primarySize();
+    d.config = defaultAppConfig(screen.x, screen.y);
+    d.firstRun = !loadSettings(d.config, d.settingsDir);
+    d.words.dr2ListenLanOn = d.config.dr2ListenLan ? 1 : 0;
+    d.words.usageConsentOn = d.config.telemetryConsent == 1 ? 1 : 0;
+    if (d.line.openXrLayer >= 0 && d.line.openXrLayer != d.config.vrOpenXrLayer) {
+        d.config.vrOpenXrLayer = d.line.openXrLayer;
+        if (d.line.openXrLayer == 1) d.config.vrOpenXrLayerCrashApp.clear();
+        saveSettings(d.config, d.settingsDir);
+    }
+    d.stored = d.config;
+}
+
+void makeOverlayObjects(Driver& d) {
+    d.overlays = makeOverlays(d.host);
+    d.host.saveSettings = [&d] { saveNow(d); };
+    for (OverlayWindow* overlay : d.host.overlays) {
+        if (!overlay) continue;
+        overlay->layoutForStyle();
+        applyScale(*overlay);
+    }
+    if (d.line.demo && d.firstRun && d.line.shootFolder.empty()) {
+        d.demoLayout = applyDemoLayout(d.host);
+        d.demoLayoutOn = true;
+    }
+}
+
+void createOverlayWindows(Driver& d) {
+    int failures = 0;
+    for (OverlayWindow* overlay : d.host.overlays)
+        if (overlay) createOverlay(*overlay, overlaySlot(overlay->slot)->windowTitle, failures);
+    if (failures > 0) logStatus("[overlay] %d overlay(s) failed to create\n", failures);
+    registerOverlayRecovery(d.host);
+}
+
+void toggleDemo(Driver& d) {
+    const bool on = d.pumpWords.demoOn == 0;
+    d.pumpWords.demoOn = on ? 1 : 0;
+    wakePump(d.pump);
+    if (on) return;
+    // Nothing of the demo race may stay on screen.
+    const SimFrame empty;
+    for (OverlayWindow* overlay : d.host.overlays)
+        if (overlay) overlayTick(*overlay, &empty);
+}
+
+HostView hostView(Driver& d) {
+    HostView view;
+    const int sim = d.pumpWords.connectedSim;
+    view.demo = d.pumpWords.demoOn != 0;
+    view.live = view.demo || sim >= 0;
+    view.status = view.demo  ? Translate("Demo race")
+                  : sim >= 0 ? std::string(simDisplayName(sim)) + Translate(" connected")
+                             : Translate("No sim running");
+    view.arranging = anyInEditMode(d.host);
+    view.saveFailed = settingsSaveFailed;
+    for (const int slot : overlayDirectory())
+        if (OverlayWindow* overlay = d.host.overlays[slot])
+            view.rows.push_back(
+                {slot, overlaySlot(slot)->listName, overlay->configBase()->enabled});
+    return view;
+}
+
+bool createPanel(Driver& d) {
+    d.panel.actions.toggleOverlay = [&d](int slot) {
+        toggleOverlayEnabled(d.host, slot);
+        d.config.settingsDirty = true;
+    };
+    d.panel.actions.toggleDemo = [&d] { toggleDemo(d); };
+    d.panel.actions.toggleArrange = [&d] { toggleArrangeMode(d.host); };
+    d.panel.actions.quit = [] { loopQuit(0); };
+    d.panel.actions.tick = [&d] { mainTick(d.tick); };
+    d.panel.view = hostView(d);
+    const bool visible = d.line.shootFolder.empty() && !d.config.startupMinimized;
+    if (!createHostWindow(d.panel, d.panel.view.rows.size(), visible)) return false;
+    addDeviceClient({"panel", &d.panel,
+                     [](void* user) { static_cast<HostWindow*>(user)->surface.reset(); },
+                     [](void* user) {
+                         static_cast<HostWindow*>(user)->drawn = false;
+                         return true;
+                     }});
+    return true;
+}
+
+void fillTick(Driver& d) {
+    d.tick.steps = defaultTickSteps();
+    setTickStep(d.tick, "panel watchers", [&d](MainTick&, const SimFrame&) {
+        updateNudgeKeys(d.hotkeys);
+        updateHostWindow(d.panel, hostView(d));
+    });
+    setTickStep(d.tick, "save settings", [&d](MainTick&, const SimFrame&) { saveWhenDirty(d); });
+}
+
+void startHotkeys(Driver& d) {
+    d.hotkeys.host = &d.host;
+    d.hotkeys.toggleDemo = [&d] { toggleDemo(d); };
+    setHotkeyHandler([&d](int id) { handleHotkey(d.hotkeys, id); });
+    registerOverlayHotkeys(d.hotkeys);
+}
+
+void startThreads(Driver& d) {
+    d.pump.readers.push_back(makeIRacingReader(d.clock, d.iracingWants));
+    d.pumpThread = std::thread([&d] { simPumpMain(d.pump); });
+    d.tickThread = std::thread([&d] { tickPacer(d.tickWords, d.tickTimer, d.panel.window); });
+}
+
+void watchOutside(Driver& d, int quitDescriptor) {
+    if (quitDescriptor >= 0) loopWatch(quitDescriptor, [] { loopQuit(0); });
+    if (d.instance.requestDescriptor() >= 0)
+        loopWatch(d.instance.requestDescriptor(), [&d] {
+            if (d.instance.takeRequest()) showHostWindow(d.panel);
+        });
+}
+
+// ---- without a screen
+// ---------------------------------------------------------------------------------
+
+void writeScreen(Driver& d) {
+    const BitmapRef screen = headlessScreen({0.18f, 0.2f, 0.24f, 1});
+    if (screen) savePng(*screen, d.screenPicture);
+}
+
+void explainHeadless(Driver& d) {
+    if (platformKind() != PlatformKind::headless) return;
+    d.screenPicture = joinPath(d.settingsDir, "screen.png");
+    logStatus("[app] no display: the overlays are drawn into memory\n");
+    if (d.settingsDir.empty() || !makeFolders(d.settingsDir)) {
+        d.screenPicture.clear();
+    } else {
+        logStatus("[app] what a screen would show is written every %d s to %s\n",
+                  kHeadlessPictureMs / 1000, d.screenPicture.c_str());
+    }
+    logStatus("[app] pictures of every overlay: --shoot FOLDER [--at 13,40,72]; Ctrl+C ends\n");
+}
+
+// ---- stop
+// -------------------------------------------------------------------------------------------
+
+void stopThreads(Driver& d) {
+    d.words.shuttingDown = 1;
+    d.tickWords.tickStop = 1;
+    d.tickTimer.wake();
+    if (d.tickThread.joinable()) d.tickThread.join();
+    d.pumpWords.pumpStop = 1;
+    wakePump(d.pump);
+    if (d.pumpThread.joinable()) d.pumpThread.join();
+}
+
+void stop(Driver& d) {
+    unregisterOverlayHotkeys(d.hotkeys);
+    setHotkeyHandler({});
+    stopThreads(d);
+    if (d.config.settingsDirty) saveNow(d);
+    for (auto& overlay : d.overlays)
+        if (overlay) destroyOverlay(*overlay);
+    removeDeviceClient(&d.panel);
+    destroyHostWindow(d.panel);
+    d.overlays.clear();
+    loopSetBeforeMessage(nullptr);
+    running = nullptr;
+    drawingShutdown();
+    platformStop();
+    d.instance.release();
+}
+
+int shootPictures(Driver& d) {
+    const int failures = d.line.at.empty() ? shootLooks(d.host, d.line) : shootRace(d.host, d.line);
+    if (failures == 0) logStatus("[shoot] pictures are in %s\n", d.line.shootFolder.c_str());
+    return failures == 0 ? 0 : 1;
+}
+
+void runLoop(Driver& d) {
+    if (d.line.demo) d.pumpWords.demoOn = 1;
+    startHotkeys(d);
+    startThreads(d);
+    explainHeadless(d);
+    WindowId pictureWindow = 0;
+    if (!d.screenPicture.empty()) {
+        WindowSpec spec;
+        spec.kind = WindowKind::message;
+        pictureWindow = createWindow(spec, [&d](const WindowEvent& event) {
+            if (event.kind == EventKind::timer) writeScreen(d);
+            return true;
+        });
+        startTimer(pictureWindow, kPictureTimer, kHeadlessPictureMs);
+    }
+    loopRun();
+    if (pictureWindow) destroyWindow(pictureWindow);
+}
+
+} // namespace
+
+int runProgram(const CommandLine& line) {
+    Driver d(line);
+    const bool shooting = !line.shootFolder.empty();
+    findFolders(d);
+    const int quitDescriptor = shooting ? -1 : quitSignalDescriptor();
+    if (!d.instance.acquire(kInstanceName)) {
+        const bool answered = d.instance.askFirstToShow();
+        logStatus(answered ? "[app] already running: its window was brought to the front\n"
+                           : "[app] already running\n");
+        return 0;
+    }
+    // Pictures need no screen, and must not flash over the user's.
+    const bool memory = shooting && line.platform == PlatformKind::automatic;
+    if (!platformStart(memory ? PlatformKind::headless : line.platform)) {
+        logStatus("[app] the wanted screen cannot be had\n");
+        return 1;
+    }
+    drawingInit(shippedFolder("fonts"));
+    loadConfig(d);
+    makeOverlayObjects(d);
+    createOverlayWindows(d);
+    running = &d;
+    loopSetBeforeMessage([] {
+        if (running) running->tickWords.uiHeartbeat = clockMs32(running->clock);
+    });
+    fillTick(d);
+    int code = 0;
+    if (createPanel(d)) {
+        const SimFrame* first = frameRead(d.buffer);
+        for (OverlayWindow* overlay : d.host.overlays)
+            if (overlay) overlayTick(*overlay, first);
+        if (shooting) {
+            code = shootPictures(d);
+        } else {
+            watchOutside(d, quitDescriptor);
+            runLoop(d);
+        }
+    }
+    stop(d);
+    return code;
+}
+
+} // namespace vt

@@ -1,0 +1,15 @@
+#include "app/driver.h"
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+    const vt::CommandLine line = vt::parseCommandLine(words);
+    if (line.help) {
+        std::fputs(vt::commandLineHelp().c_str(), stdout);
+        return 0;
+    }
+    return vt::runProgram(line);
+}

@@ -1,0 +1,215 @@
+#include "app/host_window.h"
+
+#include "app/main_tick.h"
+#include "base/translate.h"
+#include "platform/desktop.h"
+
+#include <algorithm>
+
+namespace vt {
+
+namespace {
+
+constexpr float kWidth = 380, kMargin = 20, kRowHeight = 40, kButtonHeight = 38;
+constexpr int kDemoHit = -2, kArrangeHit = -3;
+
+constexpr Color kBackground{0.039f, 0.043f, 0.051f, 1};
+constexpr Color kSurface{0.086f, 0.098f, 0.125f, 1};
+constexpr Color kSurfaceHover{0.137f, 0.153f, 0.196f, 1};
+constexpr Color kText{0.961f, 0.969f, 0.98f, 1};
+constexpr Color kAccent{1.0f, 0.29f, 0.29f, 1};
+constexpr Color kGreen{0, 0.784f, 0.392f, 1};
+constexpr Color kAlarm{0.902f, 0.251f, 0.22f, 1};
+
+struct Formats {
+    TextFormatRef title = makeTextFormat("Inter Tight", 17, 700, true);
+    TextFormatRef label = makeTextFormat("Inter Tight", 14, 600);
+    TextFormatRef small = makeTextFormat("JetBrains Mono", 11, 400);
+};
+
+void drawSwitch(Canvas& canvas, BrushCache& brushes, RectF row, bool on) {
+    const RectF track = rectAt(row.right - 54, row.centerY() - 10, 40, 20);
+    canvas.fillRoundedRect(track, 10, brushFor(brushes, on ? kAccent : Color{1, 1, 1, 0.16f}));
+    canvas.fillEllipse({on ? track.right - 10 : track.left + 10, track.centerY()}, 7.5f, 7.5f,
+                       brushFor(brushes, kText));
+}
+
+void drawButton(Canvas& canvas, BrushCache& brushes, const TextFormat* format, RectF rect,
+                const char* text, bool on, bool hover) {
+    const Color fill = on ? withAlpha(kAccent, 0.28f) : hover ? kSurfaceHover : kSurface;
+    canvas.fillRoundedRect(rect, 8, brushFor(brushes, fill));
+    canvas.strokeRoundedRect(inset(rect, 0.5f), 8,
+                             brushFor(brushes, on ? kAccent : Color{1, 1, 1, 0.14f}));
+    drawText(canvas, format, text, rect, brushFor(brushes, kText), TextAlign::center);
+}
+
+void paint(HostWindow& host) {
+    if (!host.window) return;
+    const RectI client = windowRect(host.window);
+    if (!host.surface) host.surface = createSurface(host.window, false, false);
+    if (!host.surface) return;
+    BitmapRef target = surfaceBitmap(*host.surface);
+    if (target &&
+        (bitmapWidth(*target) != client.width() || bitmapHeight(*target) != client.height())) {
+        if (!resizeSurface(*host.surface, client.width(), client.height())) return;
+        target = surfaceBitmap(*host.surface);
+    }
+    if (!target || !surfaceBeginFrame(*host.surface)) return;
+    Canvas canvas;
+    if (!canvas.begin(target)) return;
+    const float scale = windowDpi(host.window) / bitmapDpi(*target);
+    canvas.setTransform(scaleMatrix(scale));
+    drawHost(canvas, host.brushes, host.plan, host.view, host.hover);
+    if (!canvas.end().ok()) return;
+    host.drawn = presentSurface(*host.surface).ok();
+}
+
+void click(HostWindow& host, int hit) {
+    if (hit >= 0 && hit < static_cast<int>(host.view.rows.size())) {
+        if (host.actions.toggleOverlay) host.actions.toggleOverlay(host.view.rows[hit].slot);
+    } else if (hit == kDemoHit) {
+        if (host.actions.toggleDemo) host.actions.toggleDemo();
+    } else if (hit == kArrangeHit) {
+        if (host.actions.toggleArrange) host.actions.toggleArrange();
+    }
+}
+
+bool handle(HostWindow& host, const WindowEvent& event) {
+    const float scale = windowDpi(host.window) / 96;
+    const auto hit = [&] {
+        return hostHit(host.plan, static_cast<float>(event.position.x) / scale,
+                       static_cast<float>(event.position.y) / scale);
+    };
+    const auto hover = [&](int now) {
+        if (now == host.hover) return;
+        host.hover = now;
+        setCursor(host.window, now == -1 ? CursorShape::arrow : CursorShape::hand);
+        paint(host);
+    };
+    switch (event.kind) {
+    case EventKind::user:
+        if (event.message != kTickMessage) return false;
+        if (host.actions.tick) host.actions.tick();
+        return true;
+    case EventKind::paint:
+    case EventKind::resized:
+        paint(host);
+        return true;
+    case EventKind::close:
+        if (host.actions.quit) host.actions.quit();
+        return true;
+    case EventKind::mouseMove:
+        hover(hit());
+        return true;
+    case EventKind::mouseLeave:
+        hover(-1);
+        return true;
+    case EventKind::mouseDown:
+        if (event.button == 0) click(host, hit());
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+HostPlan hostPlan(size_t rowCount) {
+    HostPlan plan;
+    plan.width = kWidth;
+    plan.title = rectAt(kMargin, 16, kWidth - 2 * kMargin, 26);
+    plan.status = rectAt(kMargin, 48, kWidth - 2 * kMargin, 22);
+    float y = 86;
+    for (size_t i = 0; i < rowCount; ++i, y += kRowHeight + 6)
+        plan.rows.push_back(rectAt(kMargin, y, kWidth - 2 * kMargin, kRowHeight));
+    y += 8;
+    const float half = (kWidth - 2 * kMargin - 12) / 2;
+    plan.demo = rectAt(kMargin, y, half, kButtonHeight);
+    plan.arrange = rectAt(kMargin + half + 12, y, half, kButtonHeight);
+    plan.hint = rectAt(kMargin, y + kButtonHeight + 10, kWidth - 2 * kMargin, 20);
+    plan.height = plan.hint.bottom + 14;
+    return plan;
+}
+
+int hostHit(const HostPlan& plan, float x, float y) {
+    for (size_t i = 0; i < plan.rows.size(); ++i)
+        if (plan.rows[i].contains(x, y)) return static_cast<int>(i);
+    if (plan.demo.contains(x, y)) return kDemoHit;
+    if (plan.arrange.contains(x, y)) return kArrangeHit;
+    return -1;
+}
+
+void drawHost(Canvas& canvas, BrushCache& brushes, const HostPlan& plan, const HostView& view,
+              int hover) {
+    const Formats formats;
+    const auto brush = [&](Color c) { return brushFor(brushes, c); };
+    canvas.clear(kBackground);
+    drawText(canvas, formats.title.get(), "VANTOREL OVERLAYS", plan.title, brush(kText));
+    const Color dot = view.saveFailed ? kAlarm : view.live ? kGreen : Color{1, 1, 1, 0.3f};
+    canvas.fillEllipse({plan.status.left + 5, plan.status.centerY()}, 5, 5, brush(dot));
+    RectF status = plan.status;
+    status.left += 20;
+    drawText(canvas, formats.label.get(),
+             view.saveFailed ? Translate("Could not save your settings: check free disk space")
+                             : view.status.c_str(),
+             status, brush(withAlpha(kText, 0.78f)));
+    for (size_t i = 0; i < plan.rows.size() && i < view.rows.size(); ++i) {
+        const RectF row = plan.rows[i];
+        canvas.fillRoundedRect(row, 8,
+                               brush(hover == static_cast<int>(i) ? kSurfaceHover : kSurface));
+        RectF label = row;
+        label.left += 14;
+        drawText(canvas, formats.label.get(), view.rows[i].name, label, brush(kText));
+        drawSwitch(canvas, brushes, row, view.rows[i].on);
+    }
+    drawButton(canvas, brushes, formats.label.get(), plan.demo,
+               view.demo ? Translate("Stop demo race") : Translate("Demo race"), view.demo,
+               hover == kDemoHit);
+    drawButton(canvas, brushes, formats.label.get(), plan.arrange,
+               view.arranging ? Translate("Lock overlays") : Translate("Arrange"), view.arranging,
+               hover == kArrangeHit);
+    drawText(canvas, formats.small.get(), Translate("Alt+F6 arrange   Alt+F7 demo race"), plan.hint,
+             brush(withAlpha(kText, 0.55f)), TextAlign::center);
+}
+
+bool createHostWindow(HostWindow& host, size_t rowCount, bool visible) {
+    host.plan = hostPlan(rowCount);
+    const float scale = static_cast<float>(systemDpi()) / 96;
+    const int width = static_cast<int>(host.plan.width * scale + 0.5f);
+    const int height = static_cast<int>(host.plan.height * scale + 0.5f);
+    const RectI work = listMonitors().front().work;
+    WindowSpec spec;
+    spec.kind = WindowKind::panel;
+    spec.title = kHostTitle;
+    spec.className = kHostClass;
+    spec.rect.left = work.left + (work.width() - width) / 2;
+    spec.rect.top = work.top + (work.height() - height) / 2;
+    spec.rect.right = spec.rect.left + width;
+    spec.rect.bottom = spec.rect.top + height;
+    spec.visible = false;
+    host.window = createWindow(spec, [&host](const WindowEvent& e) { return handle(host, e); });
+    if (host.window && visible) showWindow(host.window, true);
+    return host.window != 0;
+}
+
+void destroyHostWindow(HostWindow& host) {
+    host.surface.reset();
+    flushBrushes(host.brushes);
+    if (host.window) destroyWindow(host.window);
+    host.window = 0;
+}
+
+void updateHostWindow(HostWindow& host, HostView view) {
+    if (view == host.view && host.drawn) return;
+    host.view = std::move(view);
+    if (host.window && windowVisible(host.window)) paint(host);
+}
+
+void showHostWindow(HostWindow& host) {
+    if (!host.window) return;
+    showWindow(host.window, true);
+    raiseWindow(host.window);
+    paint(host);
+}
+
+} // namespace vt
