@@ -4,6 +4,7 @@
 #include "base/translate.h"
 #include "base/utf8.h"
 #include "race/relative_model.h"
+#include "telemetry/sim_registry.h"
 
 #include <algorithm>
 #include <cmath>
@@ -408,7 +409,7 @@ int emptyPlace(TextOut out, const SimFrame&, const FieldContext&) {
 // ---- the catalogue
 // ------------------------------------------------------------------------------
 
-using enum Source;
+using enum FieldSource;
 
 } // namespace
 

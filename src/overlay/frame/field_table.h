@@ -9,7 +9,7 @@ struct TextOut {
     size_t capacity; // above 0
 };
 
-enum class Source : bool {
+enum class FieldSource : bool {
     program, // has a value without a simulator
     sim
 };
@@ -18,7 +18,7 @@ struct FieldRow {
     const char* label;
     const char* longLabel;
     uint32_t needs;
-    Source source;
+    FieldSource source;
     /// Writes the value alone, terminated; may end within a character when `out` is full. Returns
     /// its length.
     int (*format)(TextOut out, const SimFrame& frame, const FieldContext& context);

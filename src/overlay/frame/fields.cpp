@@ -82,7 +82,7 @@ size_t formatField(char* out, size_t capacity, int fieldId, const SimFrame& fram
     out[0] = '\0';
     if (!inCatalogue(fieldId)) return 0;
     const FieldRow& row = kFields[fieldId];
-    if (row.source == Source::sim && !frame.connected) return 0;
+    if (row.source == FieldSource::sim && !frame.connected) return 0;
     const int length = row.format({out, capacity}, frame, context);
     return wholeCharacters(out, static_cast<size_t>(std::max(length, 0)));
 }
