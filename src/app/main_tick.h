@@ -49,21 +49,21 @@ struct MainTick {
 
 /// The fifteen steps in their order:
 ///
-///   takeFrame       the newest frame is at hand already; whoever follows the tick itself
-///   panelWatchers   profile prompt, setup assistants, steering, background import
-///   saveIfDirty     settings to disk
-///   share           lap sharing and finished downloads
-///   streaming       heart rate, chat, bot
-///   choosePace      filled in: the interval until the next tick
-///   perfstats       performance log
-///   trackerDrain    recorder, session watch, coach
-///   pitStrategy     pit stops, fuel saving
-///   engineer        voice
-///   driftRuns       drift run tracker
-///   overlayPass     filled in: pit laps, then every overlay's turn
-///   breadcrumb      for the hang report
-///   outputs         mirrors and headsets
-///   recoverDevice   filled in: rebuilds a lost drawing device
+///   take frame       the newest frame is at hand already; whoever follows the tick itself
+///   panel watchers   profile prompt, setup assistants, steering, background import
+///   save settings    settings to disk
+///   sharing          lap sharing and finished downloads
+///   streaming        heart rate, chat, bot
+///   choose pace      filled in: the interval until the next tick
+///   performance log
+///   recorder         the pump's samples, session watch, coach
+///   pit strategy     pit stops, fuel saving
+///   engineer         voice
+///   drift runs       drift run tracker
+///   overlay pass     filled in: pit laps, then every overlay's turn
+///   breadcrumb       for the hang report
+///   outputs          mirrors and headsets
+///   recover device   filled in: rebuilds a lost drawing device
 ///
 /// The others are null until somebody registers.
 std::vector<TickStep> defaultTickSteps();

@@ -56,6 +56,10 @@ struct SimPump {
     DeadlineTimer timer;
 };
 
+/// ACC, AC and AC Rally publish the same mappings: only the program that runs may open, else the
+/// one that the sibling names. Every other kind may always open.
+bool familyMayOpen(int32_t kind, int32_t familyKind, int gameId);
+
 /// The thread's body; returns when `pumpStop` is set. `wakePump` makes it look at its words at
 /// once.
 void simPumpMain(SimPump& pump);
