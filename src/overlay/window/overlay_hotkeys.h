@@ -16,10 +16,12 @@ struct OverlayHotkeys {
 
 inline constexpr int kHotkeyArrange = 1, kHotkeyDemo = 2, kHotkeyNudge = 10, kHotkeySlot = 100;
 
-/// Registers what the settings say; call again after they changed.
+/// Registers what the settings say and takes the platform's hotkey handler, with `hotkeys` in it;
+/// call again after the settings changed. A shortcut that another program holds is left out.
 void registerOverlayHotkeys(OverlayHotkeys& hotkeys);
 void unregisterOverlayHotkeys(OverlayHotkeys& hotkeys);
-/// Holds or gives back the eight arrow keys as the edit state wants.
+/// Holds or gives back the eight arrow keys as the edit state wants; call it when `editModeChanged`
+/// tells of a change.
 void updateNudgeKeys(OverlayHotkeys& hotkeys);
 void handleHotkey(OverlayHotkeys& hotkeys, int id);
 

@@ -18,6 +18,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vt {
@@ -28,11 +29,11 @@ class OverlayWindow;
 struct OverlayHost {
     AppConfig& config;
     const Clock& clock;
-    std::function<void()> saveSettings; // writes the settings now; may be empty
+    std::function<void()> saveSettings{}; // writes the settings now; may be empty
     /// Posts a paint of the panel when the edit state changed; may be empty.
-    std::function<void()> editModeChanged;
+    std::function<void()> editModeChanged{};
     /// After each good draw: mirrors, captures, headsets enter themselves.
-    std::vector<std::function<void(OverlayWindow&)>> afterPaint;
+    std::vector<std::function<void(OverlayWindow&)>> afterPaint{};
     /// Slots 43 and 44 time the panel's own drawing.
     struct SlotTiming {
         double totalMs = 0, peakMs = 0;
@@ -44,7 +45,12 @@ struct OverlayHost {
     bool keepDrawing = false;
     /// In edit mode show the name in place of the content.
     bool editPlaceholders = false;
-    std::vector<OverlayWindow*> overlays; // by slot; null where an overlay does not exist
+    std::vector<OverlayWindow*> overlays{}; // by slot; null where an overlay does not exist
+    /// The main tick's frame for its whole length, null outside: a recovery of the device or a
+    /// change of edit mode inside the tick draws with it at once.
+    const SimFrame* tickFrame = nullptr;
+    /// One finished line of the performance log; empty while no such log is open.
+    std::function<void(std::string_view)> perfLine{};
 };
 
 /// The common settings as they were when the tick began.
@@ -57,13 +63,13 @@ public:
     OverlayWindow(const OverlayWindow&) = delete;
     OverlayWindow& operator=(const OverlayWindow&) = delete;
 
-    // ---- what an overlay supplies --------------------------------------------------------------
+    // ---- what an overlay supplies ----
 
     virtual void getCommon(CommonSnapshot& out);
     virtual void setPlacement(int x, int y, bool locked, float widthMul, float heightMul);
-    virtual OverlayConfig* configBase();
-    virtual void resetConfig(); // back to defaults; keeps `enabled` and position
-    virtual float* gapField();  // the value shown as "gap" while resizing
+    virtual OverlayConfig* configBase(); // null only where a slot has no block
+    virtual void resetConfig();          // back to defaults; keeps `enabled` and position
+    virtual float* gapField();           // the value shown as "gap" while resizing
     virtual ColumnList* columnList();
     virtual int* styleField();
     virtual void buildPage(const PageBuilder& page) = 0;
@@ -80,16 +86,15 @@ public:
     virtual void layoutForStyle() = 0;
     virtual bool visibilityGate(); // asked last, only when the overlay would show
     virtual bool extraShowWhen(bool inGarage, bool inCar, bool outOfCar);
-    virtual bool hasClickArea() const; // takes clicks while locked
-    virtual void onClick(PointI client);
-    virtual bool hitAt(int x, int y) const;
+    virtual bool hasClickArea() const;      // takes clicks while locked
+    virtual void onClick(PointI client);    // client pixels
+    virtual bool hitAt(int x, int y) const; // client pixels; true unless overridden
     /// Hash of all that `draw` would show; 0 = there is none, always redraw. Never called hidden or
     /// in edit mode. `previewMode` tells that nothing may be learned from the frame.
     virtual uint64_t contentHash();
     virtual void prepareFrame(const SimFrame* newFrame); // before the tick, also while hidden
 
-    // ---- state, read by the pages, the captures and the tests
-    // ------------------------------------
+    // ---- state, read by the pages, the captures and the tests ----
 
     OverlayHost& host;
     AppConfig& config;
@@ -120,12 +125,19 @@ public:
     PointI dragCursor;
     RectI dragRect;
     /// The last finished picture and how many there were: what captures read. Null before the
-    /// first.
+    /// first and while hidden; drawn into again by the next draw, so copy what is to be kept.
     BitmapRef picture;
     uint64_t frameCounter = 0;
+    Canvas canvas;               // kept, so that a draw allocates nothing
+    TextFormatRef captionFormat; // of the edit mode's own texts
+    PathRef cornerMask;          // of the theme's corner radius, for the size and radius below
+    float maskWidth = 0, maskHeight = 0, maskRadius = 0;
+    std::vector<RectI> clickRects; // the live areas that the window was told last
+    bool inTick = false;
+    bool nudgeSavePending = false; // the last nudge still waits for its turn to be written
+    uint64_t lastSpikeMs = 0;
 
-    // ---- for draw
-    // ---------------------------------------------------------------------------------
+    // ---- for draw ----
 
     /// A brush of this overlay's cache; `opacity` multiplies the colour's alpha.
     const Brush* brush(Color color, float opacity = 1) {
@@ -138,8 +150,7 @@ public:
     const SimFrame* liveFrame() const { return frame && frame->connected ? frame : nullptr; }
 };
 
-// ---- operations
-// ------------------------------------------------------------------------------------
+// ---- operations ----
 
 /// Creates the window. On failure one log line, `failures` + 1; the overlay stays without a window.
 bool createOverlay(OverlayWindow& overlay, const char* title, int& failures);
@@ -157,9 +168,11 @@ void relayout(OverlayWindow& overlay);         // after a change of style
 void resizeToSettings(OverlayWindow& overlay); // after a change of scale
 void restorePosition(OverlayWindow& overlay);
 void nudge(OverlayWindow& overlay, int dx, int dy);
+/// With `save` the settings are written at once, else they are marked for the next save.
 void moveTo(OverlayWindow& overlay, int x, int y, bool save);
-void centerOnPrimary(OverlayWindow& overlay);
+void centerOnPrimary(OverlayWindow& overlay); // marks the settings for the next save
 void showOverlay(OverlayWindow& overlay, bool visible);
+/// Unlocks or locks one overlay, stores that and saves.
 void setEditMode(OverlayWindow& overlay, bool on);
 
 /// Draws the overlay at `scale` (1 when not above 0.05; at most 8) into a bitmap without a window.
@@ -171,8 +184,10 @@ BitmapRef renderPreview(OverlayWindow& overlay, float scale, const SimFrame* fra
 /// overlay it jumps there. Axes are independent.
 PointI snap(RectI moving, RectI workArea, const std::vector<RectI>& others);
 
-// ---- all overlays
-// ------------------------------------------------------------------------------------
+// ---- all overlays ----
+
+/// Windows for all of the host's overlays. Returns how many failed.
+int createOverlays(OverlayHost& host);
 
 /// Edit mode for all: when any is in it, all leave it, else all enter it. Saves.
 void toggleArrangeMode(OverlayHost& host);
@@ -181,7 +196,8 @@ bool anyInEditMode(const OverlayHost& host);
 void toggleOverlayEnabled(OverlayHost& host, int slot);
 /// The overlay that the arrow keys move: the one under the pointer, else the only one in edit mode.
 OverlayWindow* nudgeTarget(OverlayHost& host);
-/// Enters the host's overlays with the device's recovery.
+/// Enters the host's overlays with the device's recovery; `removeDeviceClient(&host)` before the
+/// host goes. A rebuild ends with one tick of each overlay that is enabled or unlocked.
 void registerOverlayRecovery(OverlayHost& host);
 
 } // namespace vt
