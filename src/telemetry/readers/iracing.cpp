@@ -1,0 +1,228 @@
+#include "telemetry/readers/iracing.h"
+
+#include "telemetry/readers/iracing_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vt {
+
+namespace {
+
+constexpr uint64_t kStaleMs = 5001;      // without a new sample the sim counts as gone
+constexpr uint64_t kWriterCheckMs = 500; // between two looks whether the sim's process lives
+constexpr int kSampleRounds = 4;
+
+bool headerUsable(const IrHeader& h, size_t viewSize) {
+    if (h.numVars < 0 || h.numVars > kIrMaxVars) return false;
+    if (h.varHeaderOffset < static_cast<int32_t>(sizeof(IrHeader))) return false;
+    if (!rangeInside(static_cast<uint64_t>(h.varHeaderOffset), static_cast<uint64_t>(h.numVars),
+                     sizeof(IrVarHeader), viewSize))
+        return false;
+    if (h.bufLen < 1 || static_cast<size_t>(h.bufLen) > viewSize) return false;
+    if (h.sessionInfoLen < 0 || h.sessionInfoOffset < 0) return false;
+    return rangeInside(static_cast<uint64_t>(h.sessionInfoOffset), 1,
+                       static_cast<uint64_t>(h.sessionInfoLen), viewSize);
+}
+
+bool sameLayout(const IrHeader& a, const IrHeader& b) {
+    return a.numVars == b.numVars && a.varHeaderOffset == b.varHeaderOffset && a.bufLen == b.bufLen;
+}
+
+/// The buffer with the largest tick count (the first of equals) of those that lie inside the
+/// object; null for none.
+const IrVarBuf* newestBuffer(const IrHeader& h, int32_t bufLen, size_t viewSize) {
+    const int32_t count = std::clamp(h.numBuf, 0, kIrMaxBuffers);
+    const IrVarBuf* newest = nullptr;
+    for (int32_t i = 0; i < count; ++i) {
+        const IrVarBuf& buf = h.varBuf[i];
+        if (buf.bufOffset < 0 || !rangeInside(static_cast<uint64_t>(buf.bufOffset), 1,
+                                              static_cast<uint64_t>(bufLen), viewSize))
+            continue;
+        if (!newest || buf.tickCount > newest->tickCount) newest = &buf;
+    }
+    return newest;
+}
+
+/// Is there still a buffer at that offset with that tick count?
+bool stillThere(const IrHeader& h, const IrVarBuf& taken) {
+    const int32_t count = std::clamp(h.numBuf, 0, kIrMaxBuffers);
+    for (int32_t i = 0; i < count; ++i)
+        if (h.varBuf[i].bufOffset == taken.bufOffset)
+            return h.varBuf[i].tickCount == taken.tickCount;
+    return false;
+}
+
+} // namespace
+
+IRacingReader::IRacingReader(const Clock& clock, const IRacingWants& wants, IRacingNames names)
+    : clock_(clock), wants_(wants), names_(std::move(names)) {}
+
+bool IRacingReader::open() {
+    close();
+    counters_ = {};
+    IrHeader header;
+    if (!map_.open(names_.map) || !map_.read(0, header) || !(header.status & kIrStatusConnected) ||
+        !attach(header)) {
+        close();
+        return false;
+    }
+    event_.open(names_.event); // without it the pump paces itself
+    writerChecked_ = clockMs(clock_);
+    readText(header);
+    return true;
+}
+
+/// Takes over the variable table of a header and starts from scratch. False when the header cannot
+/// be used.
+bool IRacingReader::attach(const IrHeader& header) {
+    viewSize_ = map_.size();
+    if (!headerUsable(header, viewSize_)) return false;
+    std::vector<uint8_t> table(static_cast<size_t>(header.numVars) * sizeof(IrVarHeader));
+    if (!map_.copyOut(static_cast<size_t>(header.varHeaderOffset), table.data(), table.size()))
+        return false;
+    vars_.build(table, header.numVars, header.bufLen);
+    sample_.resize(static_cast<size_t>(header.bufLen));
+    layout_ = header;
+    lastTick_ = -1;
+    staleSince_ = 0;
+    stale_ = false;
+    lastSessionInfoUpdate_ = -1;
+    textParsed_ = false;
+    memory_ = {};
+    return true;
+}
+
+void IRacingReader::close() {
+    map_.close();
+    event_.close();
+    viewSize_ = 0;
+    layout_ = {};
+    vars_.clear();
+    sample_.clear();
+    lastTick_ = -1;
+    staleSince_ = 0;
+    stale_ = false;
+    writerChecked_ = 0;
+    writerGone_ = false;
+    lastSessionInfoUpdate_ = -1;
+    rawText_.clear();
+    newText_.clear();
+    textParsed_ = false;
+    text_ = {};
+    memory_ = {};
+}
+
+// A shared object outlives a sim that was killed, and its status word still says "connected".
+bool IRacingReader::writerLives() {
+    const uint64_t now = clockMs(clock_);
+    if (!writerGone_ && now - writerChecked_ >= kWriterCheckMs) {
+        writerChecked_ = now;
+        writerGone_ = !map_.writerAlive();
+    }
+    return !writerGone_;
+}
+
+bool IRacingReader::isConnected() {
+    if (!map_.isOpen() || stale_ || !writerLives()) return false;
+    int32_t status = 0;
+    return map_.read(offsetof(IrHeader, status), status) && (status & kIrStatusConnected);
+}
+
+bool IRacingReader::waitForData(int milliseconds) {
+    if (!event_.isOpen()) return false;
+    event_.wait(milliseconds);
+    return true;
+}
+
+void IRacingReader::readText(const IrHeader& header) {
+    newText_.clear();
+    if (header.sessionInfoLen > 0 && header.sessionInfoOffset >= 0 &&
+        rangeInside(static_cast<uint64_t>(header.sessionInfoOffset), 1,
+                    static_cast<uint64_t>(header.sessionInfoLen), viewSize_)) {
+        newText_.resize(static_cast<size_t>(header.sessionInfoLen));
+        if (map_.copyOut(static_cast<size_t>(header.sessionInfoOffset), newText_.data(),
+                         newText_.size()))
+            newText_.resize(strnlen(newText_.data(), newText_.size()));
+        else
+            newText_.clear();
+    }
+    // The sim counts updates that change nothing, and the first poll reads what `open` has read.
+    if (textParsed_ && newText_ == rawText_) return;
+    rawText_.swap(newText_);
+    parseSessionText(text_, rawText_);
+    textParsed_ = true;
+    counters_.textParses += 1;
+}
+
+/// Copies the newest sample into `sample_`. A copy counts when its buffer still has the same tick
+/// count afterwards: otherwise the sim was writing in it meanwhile.
+bool IRacingReader::takeSample(IrHeader& header, int32_t& tick) {
+    for (int round = 0; round < kSampleRounds; ++round) {
+        const IrVarBuf* newest = newestBuffer(header, layout_.bufLen, viewSize_);
+        if (!newest) return false;
+        const IrVarBuf taken = *newest;
+        if (!map_.copyOut(static_cast<size_t>(taken.bufOffset), sample_.data(), sample_.size()) ||
+            !map_.read(0, header))
+            return false;
+        if (stillThere(header, taken)) {
+            tick = taken.tickCount;
+            return true;
+        }
+        counters_.tornCopies += 1;
+    }
+    return false;
+}
+
+void IRacingReader::noteNoSample() {
+    const uint64_t now = clockMs(clock_);
+    if (staleSince_ == 0)
+        staleSince_ = std::max<uint64_t>(now, 1);
+    else if (now - staleSince_ >= kStaleMs)
+        stale_ = true;
+}
+
+bool IRacingReader::poll(SimFrame& out) {
+    IrHeader header;
+    if (!isConnected() || !map_.read(0, header)) {
+        out.connected = 0;
+        return false;
+    }
+    // A sim that was restarted may take over the object that the last one left behind.
+    if (!sameLayout(header, layout_)) {
+        counters_.restarts += 1;
+        if (!attach(header)) {
+            stale_ = true;
+            out.connected = 0;
+            return false;
+        }
+    }
+    IrHeader after = header;
+    int32_t tick = 0;
+    const bool taken = takeSample(after, tick);
+    if (taken && tick < lastTick_) {
+        counters_.restarts += 1;
+        const bool usable = attach(header);
+        if (!usable) stale_ = true;
+    }
+    if (header.sessionInfoUpdate != lastSessionInfoUpdate_) {
+        lastSessionInfoUpdate_ = header.sessionInfoUpdate;
+        readText(header);
+    }
+    if (!taken || stale_ || tick == lastTick_) {
+        noteNoSample();
+        return false;
+    }
+    lastTick_ = tick;
+    staleSince_ = 0;
+    const bool withGps = wants_.gpsLearnWanted.load(std::memory_order_relaxed) != 0 ||
+                         wants_.trackMapWantsGps.load(std::memory_order_relaxed) != 0;
+    fillIRacingFrame(out, {vars_, sample_}, text_, memory_, withGps);
+    return true;
+}
+
+std::unique_ptr<SimReader> makeIRacingReader(const Clock& clock, const IRacingWants& wants) {
+    return std::make_unique<IRacingReader>(clock, wants);
+}
+
+} // namespace vt
