@@ -2,6 +2,7 @@
 // calls, time may be a manual clock. Most tests and the screenshot mode run on it. Only tests and
 // the driver include this header.
 #pragma once
+#include "platform/clock.h"
 #include "platform/desktop.h"
 #include "platform/window.h"
 
@@ -14,7 +15,18 @@ void headlessSetMonitors(const std::vector<Monitor>& monitors);
 void headlessMouseMove(PointI screen);
 void headlessMouseButton(int button, bool down);
 void headlessKey(uint32_t virtualKey, bool down); // also fires registered shortcuts
+/// A character typed into the window that has the focus.
+void headlessCharacter(uint32_t codePoint);
+void headlessWheel(float notches);
 void headlessDpi(WindowId window, float dpi, RectI suggested);
+/// The user closes the window, as by the button in its caption.
+void headlessClose(WindowId window);
+/// The window that has the focus; 0 = none.
+WindowId headlessFocus();
+CursorShape headlessCursor(WindowId window);
+/// Timers follow this clock; null is the system's. A manual one must outlive its use, and the loop
+/// does not sleep for it: turn it, then call `loopPump`.
+void headlessUseClock(const Clock* clock);
 
 /// The windows from bottom to top.
 std::vector<WindowId> headlessWindows();
