@@ -75,8 +75,7 @@ int rating(TextOut out, int value) {
     return formatText(out.text, out.capacity, "%d", value);
 }
 
-// ---- one function per field
-// ---------------------------------------------------------------------
+// ---- one function per field ----
 
 int title(TextOut out, const SimFrame&, const FieldContext& context) {
     if (!overlaySlot(context.slot)) return nothing(out);
@@ -406,8 +405,7 @@ int emptyPlace(TextOut out, const SimFrame&, const FieldContext&) {
     return nothing(out);
 }
 
-// ---- the catalogue
-// ------------------------------------------------------------------------------
+// ---- the catalogue ----
 
 using enum FieldSource;
 

@@ -14,12 +14,12 @@ struct PageRow {
         togglePair,  // label, flag; label2, flag2
         toggle,      // label, flag, hint
         intSlider,   // label, number, min, max, unit, hint
-        floatSlider, // label, real, min, max, unit, hint
+        floatSlider, // label, real, min, max, unit, hint; with unit "%" a fraction, shown times 100
         choice,      // label, number, choices, choiceCount, hint
         fieldPicker, // label, number, hint
         stylePicker, // number, choices, choiceCount, hint
         refresh,     // number, of `slot`
-        stream,      // flag
+        stream,      // label, flag, hint
         text,        // label
     };
     Kind kind = Kind::text;

@@ -12,8 +12,7 @@ constexpr const char* kCoachSims =
 constexpr const char* kCoachSummary =
     "The Live Coach works on iRacing, Le Mans Ultimate and AC EVO.";
 
-// ---- overlays
-// -----------------------------------------------------------------------------------
+// ---- overlays ----
 
 constexpr SupportRule kSessionRule = {
     .needs = kOffersSession,
@@ -193,8 +192,7 @@ const SupportRule* overlayRule(int slot) {
 
 namespace {
 
-// ---- widgets
-// ------------------------------------------------------------------------------------
+// ---- widgets ----
 
 constexpr SupportRule kGMeterRule = {
     .needs = kOffersGForces,
