@@ -1,5 +1,6 @@
 #include "platform/quit_signal.h"
 
+#include <initializer_list>
 #include <signal.h>
 #include <sys/signalfd.h>
 
