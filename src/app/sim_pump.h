@@ -51,9 +51,9 @@ struct SimPump {
     ProcessScan& scan;
     const Clock& clock;
     ProcessLister lister = nullptr;
-    PumpHooks hooks;
-    std::vector<std::unique_ptr<SimReader>> readers; // in SimKind order; missing kinds are absent
-    DeadlineTimer timer;
+    PumpHooks hooks{};
+    std::vector<std::unique_ptr<SimReader>> readers{}; // in SimKind order; missing kinds are absent
+    DeadlineTimer timer{};
 };
 
 /// ACC, AC and AC Rally publish the same mappings: only the program that runs may open, else the
