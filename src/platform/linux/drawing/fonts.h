@@ -1,0 +1,12 @@
+// The program's fonts as the text code sees them.
+#pragma once
+#include <pango/pango.h>
+
+namespace vt {
+
+/// The font map over the shipped and the system's fonts; made at first use. Never null.
+PangoFontMap* programFontMap();
+/// Is "Noto Sans JP" among the shipped fonts?
+bool japaneseFontShipped();
+
+} // namespace vt
