@@ -9,8 +9,8 @@ namespace vt {
 
 struct OverlayHotkeys {
     OverlayHost* host = nullptr;
-    std::function<void()> toggleDemo; // may be empty
-    std::function<void(int)> other;   // ids that are not the overlays'
+    std::function<void()> toggleDemo{}; // may be empty
+    std::function<void(int)> other{};   // ids that are not the overlays'
     bool nudgeKeysHeld = false;
 };
 

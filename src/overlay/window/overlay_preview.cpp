@@ -61,11 +61,14 @@ BitmapRef renderPreview(OverlayWindow& overlay, float scale, const SimFrame* fra
         reportDrawFailure("overlay preview (null brush)", kDrawOutOfMemory, nowMs);
         return nullptr;
     }
-    if (frame) overlay.contentHash(); // some overlays work out there what they draw
+    const bool editing = overlay.editMode;
+    if (frame && !editing) overlay.contentHash(); // some overlays work out there what they draw
     Canvas canvas;
     if (!canvas.begin(target)) return nullptr;
-    const DrawPlan plan{common, slotSupported(overlay.slot, frame), false};
+    const DrawPlan plan{common, editing || slotSupported(overlay.slot, frame), editing};
     drawOverlay(overlay, canvas, plan);
+    if (overlay.layoutDirty || overlay.fontsDirty) overlay.contentValid = false;
+    overlay.layoutDirty = overlay.fontsDirty = false;
     const DrawResult result = canvas.end();
     if (result.ok()) return target;
     if (result.status == DrawStatus::lost)

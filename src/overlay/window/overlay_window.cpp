@@ -207,17 +207,6 @@ bool createOverlay(OverlayWindow& overlay, const char* title, int& failures) {
     return true;
 }
 
-int createOverlays(OverlayHost& host) {
-    int failures = 0;
-    for (OverlayWindow* overlay : host.overlays) {
-        if (!overlay) continue;
-        const OverlaySlot* slot = overlaySlot(overlay->slot);
-        createOverlay(*overlay, slot ? slot->windowTitle : "", failures);
-    }
-    if (failures) logStatus("[overlay] %d overlay(s) failed to create\n", failures);
-    return failures;
-}
-
 void destroyOverlay(OverlayWindow& overlay) {
     cancelDrag(overlay);
     if (overlay.nudgeSavePending) overlay.config.settingsDirty = true;

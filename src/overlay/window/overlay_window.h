@@ -176,7 +176,8 @@ void showOverlay(OverlayWindow& overlay, bool visible);
 void setEditMode(OverlayWindow& overlay, bool on);
 
 /// Draws the overlay at `scale` (1 when not above 0.05; at most 8) into a bitmap without a window.
-/// `reuse` is drawn into when it has the right size. Null when it cannot be drawn.
+/// `reuse` is drawn into when it has the right size. Null when it cannot be drawn. An unlocked
+/// overlay is drawn with its outline and caption, as it stands on the screen.
 BitmapRef renderPreview(OverlayWindow& overlay, float scale, const SimFrame* frame,
                         BitmapRef reuse = nullptr);
 
@@ -185,9 +186,6 @@ BitmapRef renderPreview(OverlayWindow& overlay, float scale, const SimFrame* fra
 PointI snap(RectI moving, RectI workArea, const std::vector<RectI>& others);
 
 // ---- all overlays ----
-
-/// Windows for all of the host's overlays. Returns how many failed.
-int createOverlays(OverlayHost& host);
 
 /// Edit mode for all: when any is in it, all leave it, else all enter it. Saves.
 void toggleArrangeMode(OverlayHost& host);
