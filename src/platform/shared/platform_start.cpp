@@ -1,4 +1,7 @@
+#include "base/log.h"
 #include "platform/shared/backend.h"
+
+#include <cstdlib>
 
 namespace vt {
 
@@ -21,7 +24,12 @@ const Backend* backend() {
 
 bool platformStart(PlatformKind kind) {
     if (chosen) return kind == PlatformKind::automatic || kind == chosen->kind;
-    if (kind == PlatformKind::x11) return false;
+    if (kind == PlatformKind::x11) return startBackend(x11Backend);
+    if (kind == PlatformKind::automatic) {
+        const char* display = std::getenv("DISPLAY");
+        if (display && *display && startBackend(x11Backend)) return true;
+        logStatus("[platform] no display, running without a screen\n");
+    }
     return startBackend(headlessBackend);
 }
 
