@@ -17,13 +17,17 @@ const nlohmann::json* member(const nlohmann::json& object, const char* key) {
 
 } // namespace
 
-int readInt(const nlohmann::json& object, const char* key, int fallback) {
-    const nlohmann::json* value = member(object, key);
-    if (!value || !value->is_number()) return fallback;
-    const double number = value->get<double>();
+int toInt(const nlohmann::json& value, int fallback) {
+    if (!value.is_number()) return fallback;
+    const double number = value.get<double>();
     if (std::isnan(number)) return fallback;
     constexpr double low = std::numeric_limits<int>::min(), high = std::numeric_limits<int>::max();
     return static_cast<int>(std::min(std::max(number, low), high));
+}
+
+int readInt(const nlohmann::json& object, const char* key, int fallback) {
+    const nlohmann::json* value = member(object, key);
+    return value ? toInt(*value, fallback) : fallback;
 }
 
 bool readBool(const nlohmann::json& object, const char* key, bool fallback) {

@@ -9,6 +9,7 @@
 namespace vt {
 
 /// Any JSON number, brought into the range of an int before it is converted; NaN gives the default.
+int toInt(const nlohmann::json& value, int fallback);
 int readInt(const nlohmann::json& object, const char* key, int fallback);
 bool readBool(const nlohmann::json& object, const char* key, bool fallback);
 /// Any finite JSON number.

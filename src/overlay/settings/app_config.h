@@ -15,6 +15,7 @@ namespace vt {
 inline constexpr int kNeverPlaced = INT_MIN;
 inline constexpr int kSimKeyCount = 14;
 inline constexpr int kPanelCount = 6;
+inline constexpr int kConfigVersion = 9; // of the files' form, as this program writes them
 
 /// Steering lock of a car, degrees from stop to stop (180..1440).
 struct SteerRotation {
@@ -145,6 +146,7 @@ struct AppConfig {
     StandingsConfig standings;
     std::array<WidgetConfig, 12> widgets;
     std::array<PanelDesign, kPanelCount> panels;
+    int panelsVersion = kConfigVersion; // the form that the panels' JSON is in
 
     /// A change is waiting to be written. Set it after any change; `saveIfDirty` writes.
     bool settingsDirty = false;

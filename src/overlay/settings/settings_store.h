@@ -2,6 +2,7 @@
 // them. Main thread.
 #pragma once
 #include "overlay/settings/app_config.h"
+#include "overlay/settings/migration.h"
 
 #include <atomic>
 #include <string>
@@ -17,11 +18,13 @@ std::string settingsFolder();
 
 /// Reads panels.json, then overlays.json, over what `config` holds. False when overlays.json could
 /// not be opened or parsed: a first run. Never throws; a bad value leaves that value's default.
-bool loadSettings(AppConfig& config, const std::string& folder);
+/// `move` serves files from before version 9 on a desktop that scales each screen by itself.
+bool loadSettings(AppConfig& config, const std::string& folder, const MonitorMove& move = {});
 
 /// Writes both files, each whole or not at all. True when overlays.json is in place. Top-level keys
-/// of the old file that this program does not know survive.
-bool saveSettings(AppConfig& config, const std::string& folder);
+/// of the old file that this program does not know survive. A file that cannot be parsed is kept
+/// beside the new one with ".bad" at its name's end.
+bool saveSettings(const AppConfig& config, const std::string& folder);
 
 /// Saves when `settingsDirty`, and clears it when that worked. After a failure it waits `retryMs`
 /// before it tries again, so that a full disk is not written to sixty times a second. True unless a
