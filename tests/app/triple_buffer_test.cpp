@@ -90,7 +90,7 @@ bool whole(const SimFrame& frame) {
 }
 
 TEST(TripleBuffer, NeverTornAndNeverOlderAtFullSpeed) {
-    constexpr int kFrames = 30000;
+    constexpr int kFrames = 10000;
     TripleBuffer buffer;
     std::atomic<bool> done{false};
     std::thread writer([&] {
