@@ -65,7 +65,6 @@ bool readySurface(OverlayWindow& overlay, const OverlayConfig& common) {
     if (drawsOffscreen(overlay)) return true;
     if (!overlay.surface) {
         overlay.contentValid = false;
-        if (deviceLost()) return false;
         overlay.surface = createSurface(overlay.window, true, true);
         if (!overlay.surface) {
             reportDrawFailure("overlay surface", kDrawFailed, clockMs(overlay.host.clock));
@@ -188,6 +187,10 @@ void runTick(OverlayWindow& overlay) {
     overlay.getCommon(common);
     savePendingNudge(overlay);
     if (!applyVisibility(overlay, common, simStateOf(overlay.frame))) return;
+    if (deviceLost()) {
+        overlay.contentValid = false;
+        return;
+    }
     if (!readySurface(overlay, common)) return;
     const int64_t dueBefore = overlay.nextFrameDue;
     if (!dragging(overlay) && !paceDue(overlay.nextFrameDue, drawRateHz(common, overlay.editMode),

@@ -1,10 +1,8 @@
-// The mouse on an overlay: dragging, resizing and snapping while it is unlocked, clicks on its live
-// areas while it is locked.
+// Dragging, resizing and snapping of unlocked overlays.
 #include "overlay/window/window_parts.h"
 #include "platform/desktop.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 
 namespace vt {
@@ -15,7 +13,6 @@ constexpr int kSnapLimit = 9;      // px; a smaller difference snaps
 constexpr uint32_t kVkMenu = 0x12; // Alt
 constexpr float kGripBand = 14;    // design units along the right and the bottom edge
 constexpr float kMinGap = 20, kMaxGap = 5000;
-constexpr int kHitStep = 4; // px between two questions for a live area
 
 void consider(int& best, int candidate) {
     if (std::abs(candidate) < std::abs(best)) best = candidate;
@@ -32,21 +29,6 @@ Grip gripAt(const OverlayWindow& overlay, PointI client, PointI size) {
         return {false, inRight, true};
     if (inRight) return {false, true, false};
     return {true, false, false};
-}
-
-PointI clientSize(const OverlayWindow& overlay) {
-    const RectI r = windowRect(overlay.window);
-    return {r.width(), r.height()};
-}
-
-void beginDrag(OverlayWindow& overlay, const WindowEvent& event) {
-    const Grip grip = gripAt(overlay, event.position, clientSize(overlay));
-    overlay.dragMove = grip.move;
-    overlay.dragRight = grip.right;
-    overlay.dragBottom = grip.bottom;
-    overlay.dragCursor = event.screen;
-    overlay.dragRect = windowRect(overlay.window);
-    captureMouse(overlay.window);
 }
 
 std::vector<RectI> otherOverlays(const OverlayWindow& overlay) {
@@ -104,104 +86,6 @@ void dragSize(OverlayWindow& overlay, PointI delta) {
     resizeToSettings(overlay);
 }
 
-void dragTo(OverlayWindow& overlay, PointI cursor) {
-    const PointI delta{cursor.x - overlay.dragCursor.x, cursor.y - overlay.dragCursor.y};
-    if (overlay.dragMove)
-        dragPlace(overlay, delta);
-    else
-        dragSize(overlay, delta);
-}
-
-void endDrag(OverlayWindow& overlay) {
-    if (!dragging(overlay)) return;
-    cancelDrag(overlay);
-    storePlacement(overlay);
-    overlay.nudgeSavePending = false; // goes out with this save
-    saveNow(overlay.host);
-}
-
-void showGripCursor(OverlayWindow& overlay, PointI client) {
-    const Grip grip = gripAt(overlay, client, clientSize(overlay));
-    CursorShape shape = CursorShape::sizeAll;
-    if (grip.right && (grip.bottom || overlay.uniformScale))
-        shape = CursorShape::sizeNWSE;
-    else if (grip.right)
-        shape = CursorShape::sizeWE;
-    else if (grip.bottom)
-        shape = CursorShape::sizeNS;
-    setCursor(overlay.window, shape);
-}
-
-bool onMouseDown(OverlayWindow& overlay, const WindowEvent& event) {
-    if (event.button != 0) return false;
-    if (overlay.editMode) {
-        beginDrag(overlay, event);
-        return true;
-    }
-    if (!overlay.hasClickArea() || !overlay.hitAt(event.position.x, event.position.y)) return false;
-    overlay.onClick(event.position);
-    return true;
-}
-
-bool onMouseMove(OverlayWindow& overlay, const WindowEvent& event) {
-    if (dragging(overlay))
-        dragTo(overlay, event.screen);
-    else if (overlay.editMode)
-        showGripCursor(overlay, event.position);
-    return true;
-}
-
-void onDpiChanged(OverlayWindow& overlay, const WindowEvent& event) {
-    if (event.value <= 0) return;
-    overlay.dpiScale = static_cast<float>(event.value) / 96.0f;
-    overlay.inResize = true;
-    setWindowRect(overlay.window, event.rect);
-    overlay.inResize = false;
-    overlay.contentValid = false;
-    overlay.nextFrameDue = 0;
-    frameTick(overlay);
-}
-
-/// Something else spoiled or resized what the window shows.
-void redrawSoon(OverlayWindow& overlay) {
-    overlay.contentValid = false;
-    if (overlay.inResize || dragging(overlay)) return;
-    overlay.nextFrameDue = 0;
-    frameTick(overlay);
-}
-
-/// The live areas as rectangles, row by row, equal rows joined.
-std::vector<RectI> liveAreas(const OverlayWindow& overlay, PointI size) {
-    std::vector<RectI> rects;
-    size_t rowAbove = 0; // first rectangle of the row above
-    for (int y = 0; y < size.y; y += kHitStep) {
-        const int bottom = std::min(y + kHitStep, size.y);
-        const size_t row = rects.size();
-        for (int x = 0; x < size.x; x += kHitStep) {
-            if (!overlay.hitAt(x, y)) continue;
-            const int right = std::min(x + kHitStep, size.x);
-            if (rects.size() > row && rects.back().right == x)
-                rects.back().right = right;
-            else
-                rects.push_back({x, y, right, bottom});
-        }
-        const bool same =
-            rects.size() - row == row - rowAbove && row > rowAbove &&
-            std::equal(rects.begin() + static_cast<long>(row), rects.end(),
-                       rects.begin() + static_cast<long>(rowAbove), [](RectI a, RectI b) {
-                           return a.left == b.left && a.right == b.right && a.top == b.bottom;
-                       });
-        if (!same) {
-            rowAbove = row;
-            continue;
-        }
-        rects.resize(row);
-        for (size_t i = rowAbove; i < row; ++i)
-            rects[i].bottom = bottom;
-    }
-    return rects;
-}
-
 } // namespace
 
 PointI snap(RectI moving, RectI workArea, const std::vector<RectI>& others) {
@@ -225,54 +109,49 @@ PointI snap(RectI moving, RectI workArea, const std::vector<RectI>& others) {
     return {moving.left + dx, moving.top + dy};
 }
 
+void showGripCursor(OverlayWindow& overlay, PointI client) {
+    const Grip grip = gripAt(overlay, client, clientSize(overlay));
+    CursorShape shape = CursorShape::sizeAll;
+    if (grip.right && (grip.bottom || overlay.uniformScale))
+        shape = CursorShape::sizeNWSE;
+    else if (grip.right)
+        shape = CursorShape::sizeWE;
+    else if (grip.bottom)
+        shape = CursorShape::sizeNS;
+    setCursor(overlay.window, shape);
+}
+
+void beginDrag(OverlayWindow& overlay, const WindowEvent& event) {
+    const Grip grip = gripAt(overlay, event.position, clientSize(overlay));
+    overlay.dragMove = grip.move;
+    overlay.dragRight = grip.right;
+    overlay.dragBottom = grip.bottom;
+    overlay.dragCursor = event.screen;
+    overlay.dragRect = windowRect(overlay.window);
+    captureMouse(overlay.window);
+}
+
+void dragTo(OverlayWindow& overlay, PointI cursor) {
+    const PointI delta{cursor.x - overlay.dragCursor.x, cursor.y - overlay.dragCursor.y};
+    if (overlay.dragMove)
+        dragPlace(overlay, delta);
+    else
+        dragSize(overlay, delta);
+}
+
+void endDrag(OverlayWindow& overlay) {
+    if (!dragging(overlay)) return;
+    cancelDrag(overlay);
+    storePlacement(overlay);
+    overlay.nudgeSavePending = false; // goes out with this save
+    saveNow(overlay.host);
+}
+
 void cancelDrag(OverlayWindow& overlay) {
     if (!dragging(overlay)) return;
     overlay.dragMove = overlay.dragRight = overlay.dragBottom = false;
     overlay.contentValid = false;
     if (overlay.window && mouseCapture() == overlay.window) releaseMouse();
-}
-
-void updateInputRegion(OverlayWindow& overlay) {
-    if (!overlay.window) return;
-    if (overlay.editMode || !overlay.hasClickArea()) {
-        if (overlay.inTick) return; // set when the mode changed; a draw changes nothing
-        overlay.clickRects.clear();
-        setInputRegion(overlay.window, overlay.editMode ? InputRegion::all : InputRegion::none);
-        return;
-    }
-    std::vector<RectI> rects = liveAreas(overlay, clientSize(overlay));
-    if (overlay.inTick && rects == overlay.clickRects) return;
-    overlay.clickRects = std::move(rects);
-    setInputRegion(overlay.window, InputRegion::rects, overlay.clickRects);
-}
-
-bool handleWindowEvent(OverlayWindow& overlay, const WindowEvent& event) {
-    switch (event.kind) {
-    case EventKind::paint:
-    case EventKind::resized:
-        redrawSoon(overlay);
-        return true;
-    case EventKind::mouseDown:
-        return onMouseDown(overlay, event);
-    case EventKind::mouseMove:
-        return onMouseMove(overlay, event);
-    case EventKind::mouseUp:
-        if (event.button == 0) endDrag(overlay);
-        return true;
-    case EventKind::captureLost:
-        endDrag(overlay);
-        return true;
-    case EventKind::dpiChanged:
-        onDpiChanged(overlay, event);
-        return true;
-    case EventKind::displayChanged:
-        bringOnScreen(overlay);
-        return true;
-    case EventKind::close: // an overlay is switched off, never closed
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace vt

@@ -9,6 +9,11 @@ inline bool dragging(const OverlayWindow& overlay) {
     return overlay.dragMove || overlay.dragRight || overlay.dragBottom;
 }
 
+inline PointI clientSize(const OverlayWindow& overlay) {
+    const RectI r = windowRect(overlay.window);
+    return {r.width(), r.height()};
+}
+
 // ---- size and place ----
 
 /// Height of the visible strips in design units.
@@ -39,6 +44,11 @@ void drawOverlay(OverlayWindow& overlay, Canvas& canvas, const DrawPlan& plan);
 // ---- mouse ----
 
 bool handleWindowEvent(OverlayWindow& overlay, const WindowEvent& event);
+void beginDrag(OverlayWindow& overlay, const WindowEvent& event);
+void dragTo(OverlayWindow& overlay, PointI cursor);
+/// Stores where the drag led, and saves.
+void endDrag(OverlayWindow& overlay);
+void showGripCursor(OverlayWindow& overlay, PointI client);
 /// Drops a drag without storing it.
 void cancelDrag(OverlayWindow& overlay);
 /// Tells the window which parts of it take the mouse.
