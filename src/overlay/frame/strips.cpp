@@ -14,6 +14,7 @@ namespace {
 constexpr float kMargin = 10, kApexMargin = 12;
 constexpr float kGap = 12; // between two texts
 constexpr float kHairlineInset = 8;
+constexpr float kTallestText = 0.85f; // of the strip's height
 constexpr float kEmptyOpacity = 0.45f;
 constexpr Color kGain{0.3f, 0.85f, 0.4f, 1};
 constexpr Color kLoss{0.95f, 0.35f, 0.3f, 1};
@@ -145,12 +146,12 @@ void drawPlace(Canvas& canvas, const TextFormat* format, std::string_view text, 
         drawText(canvas, format, text, box, brush, align);
         return;
     }
-    // Room for less than two letters shows nothing of use.
-    if (box.width() < format->size * 1.5f) return;
+    // A letter or two and an ellipsis tell nothing.
+    if (box.width() < format->size * 3) return;
     const TextLayoutRef layout = measureLayout(format, text, box.width(), box.height());
     if (!layout) return;
     layoutSetEllipsis(*layout, true);
-    layoutSetAlign(*layout, TextAlign::leading, TextAlign::center);
+    layoutSetAlign(*layout, align, TextAlign::center);
     canvas.drawLayout(*layout, {box.left, box.top}, brush);
 }
 
@@ -175,8 +176,8 @@ void drawStrip(Canvas& canvas, BrushCache& brushes, RectF rect, bool header,
         drawHairline(canvas, brushes, rect, header, style.contentOpacity);
     if (!style.format || style.format->size <= 0) return;
 
-    // Letters taller than the strip are drawn smaller rather than over its edges.
-    const float scale = std::min(1.0f, rect.height() / style.format->size);
+    // Letters too tall for the strip are drawn smaller rather than over its edges.
+    const float scale = std::min(1.0f, rect.height() * kTallestText / style.format->size);
     const Matrix outer = canvas.transform();
     canvas.setTransform(combine(scaleMatrix(scale), outer));
     rect = {rect.left / scale, rect.top / scale, rect.right / scale, rect.bottom / scale};
