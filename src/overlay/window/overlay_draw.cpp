@@ -75,11 +75,13 @@ void drawPlaceholder(OverlayWindow& overlay, Canvas& canvas, RectF client) {
     canvas.fillRoundedRect(panel, kChromeRadius, overlay.brush(accent, 0.08f));
     canvas.strokeRoundedRect(inset(client, 1), kChromeRadius, overlay.brush(accent), 2);
     const float belowCaption = kPillBottom + 2;
-    if (client.height() < belowCaption + 14) return; // the caption alone fills it
-    RectF box = inset(client, std::min(10.0f, client.width() * 0.1f));
+    if (client.height() < belowCaption + 14) return;              // the caption alone fills it
+    const float margin = std::min(20.0f, client.width() * 0.18f); // clear of the handles
+    RectF box{client.left + margin, client.top + 4, client.right - margin, client.bottom - 4};
     if (client.height() < 2 * belowCaption + 24) box.top = belowCaption;
+    const float largest = std::clamp(client.height() / 80, 1.2f, 2.6f);
     drawTextFit(canvas, overlay.captionFormat.get(), overlay.name, box, overlay.brush(kTextColour),
-                1.5f);
+                largest);
 }
 
 /// Header and content, as they are out of edit mode as well.
@@ -118,6 +120,7 @@ void drawOutline(OverlayWindow& overlay, Canvas& canvas, RectF client, Color acc
 
 /// Two nested corners at the bottom right.
 void drawHandles(OverlayWindow& overlay, Canvas& canvas, RectF client, Color accent) {
+    if (std::min(client.width(), client.height()) < 34) return; // no room beside the caption
     static const StrokeStyle round{LineCap::round, LineJoin::round, {}, 0};
     const float length = std::min(12.0f, 0.3f * std::min(client.width(), client.height()));
     const Brush* brush = overlay.brush(accent);
@@ -146,22 +149,24 @@ void captionText(OverlayWindow& overlay, const OverlayConfig& common, char* out,
 
 void drawCaption(OverlayWindow& overlay, Canvas& canvas, RectF client, const OverlayConfig& common,
                  Color accent) {
-    const float width = std::min(kPillWidth, client.width() - 8);
+    float width = std::min(kPillWidth, client.width() - 8);
     const float bottom = std::min(kPillBottom, client.bottom - 4);
     if (width < 16 || bottom - kPillTop < 8) return;
-    const RectF pill = rectAt(client.centerX() - width / 2, kPillTop, width, bottom - kPillTop);
-    const float radius = pill.height() / 2;
-    canvas.fillRoundedRect(pill, radius, overlay.brush(kPillFill));
-    canvas.strokeRoundedRect(inset(pill, 0.5f), radius - 0.5f, overlay.brush(accent, 0.85f));
-
+    const float margin = std::min(8.0f, width * 0.12f);
     char text[96];
     captionText(overlay, common, text, sizeof text);
     std::string_view shown = text;
     const TextFormat* format = overlay.captionFormat.get();
-    const float margin = std::min(8.0f, width * 0.12f);
-    const RectF box{pill.left + margin, pill.top, pill.right - margin, pill.bottom};
-    if (textWidthUnbounded(format, shown) * kLegible > box.width())
+    if (textWidthUnbounded(format, shown) * kLegible > width - 2 * margin) {
         shown = shown.substr(0, shown.find("  "));
+        width = std::min(width, textWidthUnbounded(format, shown) + 4 * margin);
+    }
+
+    const RectF pill = rectAt(client.centerX() - width / 2, kPillTop, width, bottom - kPillTop);
+    const float radius = pill.height() / 2;
+    canvas.fillRoundedRect(pill, radius, overlay.brush(kPillFill));
+    canvas.strokeRoundedRect(inset(pill, 0.5f), radius - 0.5f, overlay.brush(accent, 0.85f));
+    const RectF box{pill.left + margin, pill.top, pill.right - margin, pill.bottom};
     drawTextFit(canvas, format, shown, box, overlay.brush(kTextColour), kShrinkOnly);
 }
 
