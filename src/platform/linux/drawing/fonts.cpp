@@ -3,6 +3,7 @@
 #include "base/log.h"
 #include "base/utf8.h"
 #include "platform/file.h"
+#include "platform/linux/drawing/shapes.h"
 #include "platform/paths.h"
 #include "platform/text.h"
 
@@ -87,6 +88,7 @@ int loadFonts(const std::string& folder) {
 }
 
 void unloadFonts() {
+    dropShapes();
     // Layouts that are still about hold references of their own.
     if (fonts.map) g_object_unref(fonts.map);
     if (fonts.config) FcConfigDestroy(fonts.config);
