@@ -77,8 +77,10 @@ void mainTick(MainTick& tick) {
     tick.running = true;
     frameStamp += 1;
     const SimFrame& frame = *frameRead(tick.buffer);
+    tick.host.tickFrame = &frame;
     for (const TickStep& step : tick.steps)
         if (step.run) step.run(tick, frame);
+    tick.host.tickFrame = nullptr;
     tick.running = false;
 }
 
