@@ -39,12 +39,12 @@ struct MainTick {
     TickWords& words;
     OverlayHost& host;
     const Clock& clock;
-    std::vector<TickStep> steps; // see defaultTickSteps
+    std::vector<TickStep> steps{}; // see defaultTickSteps
     int overlayCursor = 0;
     double overlayBudgetMs = 8.0;
     bool running = false; // a tick that a modal loop dispatches inside a tick does nothing
-    std::function<bool()> panelAnimating;   // keeps the fast pace
-    std::function<bool()> connectionToKeep; // keeps the middle pace
+    std::function<bool()> panelAnimating{};   // keeps the fast pace
+    std::function<bool()> connectionToKeep{}; // keeps the middle pace
 };
 
 /// The fifteen steps in their order:
