@@ -1,0 +1,147 @@
+// A real X server without a screen, for tests: started on a free display, ended with its helpers by
+// their own process ids. `missing()` names what is not installed; a test then skips.
+#pragma once
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace vt::test {
+
+inline bool programExists(const std::string& name) {
+    const char* path = std::getenv("PATH");
+    const std::string all = path ? path : "";
+    for (size_t from = 0; from <= all.size();) {
+        const size_t colon = std::min(all.find(':', from), all.size());
+        if (access((all.substr(from, colon - from) + "/" + name).c_str(), X_OK) == 0) return true;
+        from = colon + 1;
+    }
+    return false;
+}
+
+/// Starts a program that ends with us at the latest. `keep` stays open in it (-1: none).
+inline pid_t startProgram(const std::vector<std::string>& words, int keep = -1) {
+    const pid_t parent = getpid();
+    const pid_t child = fork();
+    if (child != 0) return child;
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) _exit(1);
+    if (keep >= 0) fcntl(keep, F_SETFD, 0);
+    const int nowhere = open("/dev/null", O_RDWR);
+    dup2(nowhere, 1);
+    dup2(nowhere, 2);
+    std::vector<char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+}
+
+inline void endProgram(pid_t pid, int signal = SIGTERM) {
+    if (pid <= 0) return;
+    kill(pid, signal);
+    waitpid(pid, nullptr, 0);
+}
+
+/// What a shell command prints.
+inline std::string shellOutput(const std::string& command) {
+    std::string text;
+    FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r");
+    if (!pipe) return text;
+    char buffer[4096];
+    for (size_t n = 0; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        text.append(buffer, n);
+    pclose(pipe);
+    while (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    return text;
+}
+
+class Xvfb {
+public:
+    ~Xvfb() { stop(); }
+
+    /// The first program of the list that is not installed; empty when all are.
+    static std::string missing(std::initializer_list<const char*> programs) {
+        if (!programExists("Xvfb")) return "Xvfb";
+        for (const char* name : programs)
+            if (!programExists(name)) return name;
+        return {};
+    }
+
+    /// Starts the server and points DISPLAY at it.
+    bool start(const std::string& size = "1280x800x24") {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0) return false;
+        server_ = startProgram({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size,
+                                "-nolisten", "tcp", "-noreset", "+extension", "Composite"},
+                               ends[1]);
+        close(ends[1]);
+        char number[16] = {};
+        pollfd ready{ends[0], POLLIN, 0};
+        const bool told = poll(&ready, 1, 20000) > 0 && read(ends[0], number, 15) > 0;
+        close(ends[0]);
+        if (!told) return false;
+        display_ = ":" + std::to_string(std::atoi(number));
+        setenv("DISPLAY", display_.c_str(), 1);
+        return true;
+    }
+
+    /// A window manager; returns when it manages.
+    bool startWindowManager() {
+        manager_ = startProgram({"openbox", "--config-file", "/dev/null"});
+        return waitFor("xprop -root _NET_SUPPORTING_WM_CHECK", "window id");
+    }
+
+    /// A compositor; returns when it composites.
+    bool startCompositor() {
+        compositor_ =
+            startProgram({"picom", "--backend", "xrender", "--no-vsync", "--config", "/dev/null"});
+        for (int i = 0; i < 200; ++i) {
+            if (waitpid(compositor_, nullptr, WNOHANG) != 0) break;
+            // It names its own window once it has taken over the screen.
+            if (shellOutput("xwininfo -root -tree").find("picom") != std::string::npos) return true;
+            usleep(50'000);
+        }
+        compositor_ = 0;
+        return false;
+    }
+
+    /// The server dies without a word.
+    void crash() {
+        endProgram(server_, SIGKILL);
+        server_ = 0;
+    }
+
+    void stop() {
+        endProgram(compositor_);
+        endProgram(manager_);
+        endProgram(server_);
+        server_ = manager_ = compositor_ = 0;
+    }
+
+    const std::string& display() const { return display_; }
+    pid_t server() const { return server_; }
+
+private:
+    static bool waitFor(const std::string& command, const std::string& wanted) {
+        for (int i = 0; i < 200; ++i) {
+            if (shellOutput(command).find(wanted) != std::string::npos) return true;
+            usleep(50'000);
+        }
+        return false;
+    }
+
+    pid_t server_ = 0, manager_ = 0, compositor_ = 0;
+    std::string display_;
+};
+
+} // namespace vt::test
