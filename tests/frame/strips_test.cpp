@@ -159,6 +159,10 @@ TEST_F(Strips, longTextsNeverTouch) {
                       {.textScale = scale}, {0, 0, 0, 1});
             const std::string columns = inkColumns(*bitmap);
             EXPECT_GE(columns.find('#'), 9u) << i << " at " << scale;
+            // A cut text keeps its edge.
+            if (!c.right.empty() && scale == 1) {
+                EXPECT_GE(columns.rfind('#'), static_cast<size_t>(kWidth - 14)) << i;
+            }
             EXPECT_LE(columns.rfind('#'), static_cast<size_t>(kWidth - 9)) << i << " at " << scale;
             if (scale >= 1) {
                 EXPECT_EQ(gaps(columns, 9), scale > 1 ? c.large : c.small)

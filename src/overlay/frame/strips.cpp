@@ -1,11 +1,13 @@
 #include "overlay/frame/strips.h"
 
+#include "base/utf8.h"
 #include "overlay/frame/sim_support.h"
 #include "overlay/frame/theme.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <string>
 
 namespace vt {
 
@@ -140,19 +142,29 @@ void drawHairline(Canvas& canvas, BrushCache& brushes, RectF rect, bool header, 
                     brushFor(brushes, {1, 1, 1, 0.08f * opacity}));
 }
 
+/// The longest beginning of `text` that fits with an ellipsis behind it.
+std::string shortened(const TextFormat* format, std::string_view text, float width) {
+    constexpr std::string_view ellipsis = "…";
+    const TextLayoutRef whole = measureLayout(format, text, 1e5f, kStripHeight);
+    if (!whole) return {};
+    const float room = width - textWidthUnbounded(format, ellipsis);
+    size_t end = 0;
+    for (size_t next = 0; next < text.size();) {
+        utf8Next(text, next);
+        if (layoutCaretX(*whole, next) > room) break;
+        end = next;
+    }
+    while (end > 0 && text[end - 1] == ' ')
+        --end;
+    return std::string(text.substr(0, end)).append(ellipsis);
+}
+
 void drawPlace(Canvas& canvas, const TextFormat* format, std::string_view text, RectF box, bool cut,
                TextAlign align, const Brush* brush) {
-    if (!cut) {
+    if (!cut)
         drawText(canvas, format, text, box, brush, align);
-        return;
-    }
-    // A letter or two and an ellipsis tell nothing.
-    if (box.width() < format->size * 3) return;
-    const TextLayoutRef layout = measureLayout(format, text, box.width(), box.height());
-    if (!layout) return;
-    layoutSetEllipsis(*layout, true);
-    layoutSetAlign(*layout, align, TextAlign::center);
-    canvas.drawLayout(*layout, {box.left, box.top}, brush);
+    else if (box.width() >= format->size * 3) // a letter or two and an ellipsis tell nothing
+        drawText(canvas, format, shortened(format, text, box.width()), box, brush, align);
 }
 
 } // namespace
