@@ -7,6 +7,7 @@
 #include "telemetry/sim_registry.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 
@@ -34,44 +35,65 @@ int copied(TextOut out, std::string_view text) {
     return static_cast<int>(std::strlen(out.text));
 }
 
-/// Keeps "%.0f" and its like from printing "-0".
-float unsignedZero(float value, float half) {
-    return std::fabs(value) < half ? 0.0f : value;
+int appended(TextOut out, int used, std::string_view text) {
+    const size_t from = static_cast<size_t>(used);
+    const size_t n = std::min(text.size(), out.capacity - 1 - from);
+    std::memcpy(out.text + from, text.data(), n);
+    out.text[from + n] = '\0';
+    return static_cast<int>(from + n);
+}
+
+/// "%.<decimals>f<unit>" or, with `sign`, "%+.<decimals>f<unit>", several times faster than printf.
+int decimal(TextOut out, double value, int decimals, std::string_view unit, bool sign = false) {
+    char digits[64]; // the largest float has 39
+    char* start = digits;
+    if (sign && !std::signbit(value)) *start++ = '+';
+    const auto end =
+        std::to_chars(start, std::end(digits), value, std::chars_format::fixed, decimals);
+    if (end.ec != std::errc{}) return nothing(out);
+    return appended(out, appended(out, 0, {digits, end.ptr}), unit);
+}
+
+/// Keeps a value that rounds to zero from printing as "-0".
+double unsignedZero(double value, double half) {
+    return std::fabs(value) < half ? 0.0 : value;
+}
+
+int whole(TextOut out, double value, std::string_view unit) {
+    return decimal(out, unsignedZero(value, 0.5), 0, unit);
 }
 
 int temperature(TextOut out, float celsius, const FieldContext& context) {
     if (!fieldValueKnown(celsius)) return nothing(out);
-    const bool imperial = context.config.imperial != 0;
-    const float shown = imperial ? celsius * 9 / 5 + 32 : celsius;
-    return formatText(out.text, out.capacity, "%.0f°%s",
-                      static_cast<double>(unsignedZero(shown, 0.5f)), imperial ? "F" : "C");
+    const double value = static_cast<double>(celsius);
+    if (context.config.imperial != 0) return whole(out, value * 9 / 5 + 32, "°F");
+    return whole(out, value, "°C");
 }
 
 int percent(TextOut out, float fraction) {
     if (!std::isfinite(fraction) || fraction < 0) return nothing(out);
-    return formatText(out.text, out.capacity, "%.0f%%", static_cast<double>(fraction) * 100);
+    return whole(out, static_cast<double>(fraction) * 100, "%");
 }
 
-/// A value that is missing at -999 and below.
-int number(TextOut out, const char* format, float value) {
+/// One decimal, of a value that is missing at -999 and below.
+int tenths(TextOut out, float value, std::string_view unit) {
     if (!fieldValueKnown(value)) return nothing(out);
-    // The format is one of the literals of this file.
-    return formatText(out.text, out.capacity, format,
-                      static_cast<double>(unsignedZero(value, 0.05f)));
+    return decimal(out, unsignedZero(static_cast<double>(value), 0.05), 1, unit);
 }
 
 int step(TextOut out, float value) {
-    return number(out, "%.0f", unsignedZero(value, 0.5f));
+    if (!fieldValueKnown(value)) return nothing(out);
+    return whole(out, static_cast<double>(value), "");
 }
 
 int delta(TextOut out, float seconds, bool ok) {
     if (!ok || !std::isfinite(seconds)) return nothing(out);
-    return formatText(out.text, out.capacity, "%+.2f", static_cast<double>(seconds));
+    return decimal(out, static_cast<double>(seconds), 2, "", true);
 }
 
 int rating(TextOut out, int value) {
     if (value < 1) return nothing(out);
-    if (value >= 1000) return formatText(out.text, out.capacity, "%.1fk", value / 1000.0);
+    if (value >= 1000) return decimal(out, value / 1000.0, 1, "k");
     return formatText(out.text, out.capacity, "%d", value);
 }
 
@@ -114,8 +136,12 @@ int lapsLeftWith(TextOut out, const SimFrame& frame, const char* suffix) {
     }
     const float laps = frame.lapsEstimate;
     if (!std::isfinite(laps) || laps < 0 || laps > 1e6f) return nothing(out);
-    if (!frame.lapsEstimateIsExact)
-        return formatText(out.text, out.capacity, "~%.1f%s", static_cast<double>(laps), suffix);
+    if (!frame.lapsEstimateIsExact) {
+        out.text[0] = '\0';
+        const int tilde = appended(out, 0, "~");
+        const TextOut rest{out.text + tilde, out.capacity - static_cast<size_t>(tilde)};
+        return tilde + decimal(rest, static_cast<double>(laps), 1, suffix);
+    }
     return formatText(out.text, out.capacity, "%d%s", static_cast<int>(std::lround(laps)), suffix);
 }
 
@@ -176,7 +202,7 @@ int wetness(TextOut out, const SimFrame& frame, const FieldContext&) {
 
 int fuel(TextOut out, const SimFrame& frame, const FieldContext&) {
     if (!(frame.fuelLevel >= 0)) return nothing(out);
-    return number(out, Translate("%.1f L"), frame.fuelLevel);
+    return tenths(out, frame.fuelLevel, " L");
 }
 
 int lastLap(TextOut out, const SimFrame& frame, const FieldContext&) {
@@ -224,26 +250,22 @@ int oilTemp(TextOut out, const SimFrame& frame, const FieldContext& context) {
 int oilPressure(TextOut out, const SimFrame& frame, const FieldContext& context) {
     const float bar = frame.oilPressure;
     if (!fieldValueKnown(bar)) return nothing(out);
-    const auto whole = [&](float value, const char* unit) {
-        return formatText(out.text, out.capacity, "%.0f %s",
-                          static_cast<double>(unsignedZero(value, 0.5f)), unit);
-    };
     switch (context.config.pressureUnit) {
     case 1:
-        return whole(bar * kPsiPerBar, "psi");
+        return whole(out, static_cast<double>(bar * kPsiPerBar), " psi");
     case 2:
-        return whole(bar * 100, "kPa");
+        return whole(out, static_cast<double>(bar * 100), " kPa");
     default:
-        return number(out, "%.1f bar", bar);
+        return tenths(out, bar, " bar");
     }
 }
 
 int battery(TextOut out, const SimFrame& frame, const FieldContext&) {
-    return number(out, "%.1f V", frame.batteryVolts);
+    return tenths(out, frame.batteryVolts, " V");
 }
 
 int brakeBias(TextOut out, const SimFrame& frame, const FieldContext&) {
-    return number(out, "%.1f%%", frame.brakeBias);
+    return tenths(out, frame.brakeBias, "%");
 }
 
 int tractionControl(TextOut out, const SimFrame& frame, const FieldContext&) {
@@ -256,22 +278,19 @@ int absStep(TextOut out, const SimFrame& frame, const FieldContext&) {
 
 int lateralG(TextOut out, const SimFrame& frame, const FieldContext&) {
     if (!std::isfinite(frame.latAccel)) return nothing(out);
-    return formatText(out.text, out.capacity, "%.2fg",
-                      static_cast<double>(std::fabs(frame.latAccel) / kStandardGravity));
+    return decimal(out, static_cast<double>(std::fabs(frame.latAccel) / kStandardGravity), 2, "g");
 }
 
 int longitudinalG(TextOut out, const SimFrame& frame, const FieldContext&) {
     if (!std::isfinite(frame.longAccel)) return nothing(out);
-    return formatText(out.text, out.capacity, "%+.2fg",
-                      static_cast<double>(frame.longAccel / kStandardGravity));
+    return decimal(out, static_cast<double>(frame.longAccel / kStandardGravity), 2, "g", true);
 }
 
 int airAndTrack(TextOut out, const SimFrame& frame, const FieldContext& context) {
-    char air[32], track[32];
-    const int airLength = temperature({air, sizeof air}, frame.airTemp, context);
-    const int trackLength = temperature({track, sizeof track}, frame.trackTemp, context);
-    if (airLength == 0 || trackLength == 0) return nothing(out);
-    return formatText(out.text, out.capacity, "%s·%s", air, track);
+    if (!fieldValueKnown(frame.airTemp) || !fieldValueKnown(frame.trackTemp)) return nothing(out);
+    const int air = appended(out, temperature(out, frame.airTemp, context), "·");
+    const TextOut rest{out.text + air, out.capacity - static_cast<size_t>(air)};
+    return air + temperature(rest, frame.trackTemp, context);
 }
 
 int lapNumber(TextOut out, const SimFrame& frame, const FieldContext&) {
@@ -324,13 +343,12 @@ int heartRate(TextOut out, const SimFrame&, const FieldContext&) {
 }
 
 int timeLeftOfTotal(TextOut out, const SimFrame& frame, const FieldContext& context) {
-    char left[32], total[32];
-    const int leftLength = timeLeft({left, sizeof left}, frame, context);
-    if (leftLength == 0) return nothing(out);
+    const int left = timeLeft(out, frame, context);
     const bool totalKnown = frame.timeTotal > 0 && frame.timeTotal < kUnknownTime;
-    if (!totalKnown || formatDuration(total, sizeof total, frame.timeTotal) == 0)
-        return copied(out, left);
-    return formatText(out.text, out.capacity, "%s / %s", left, total);
+    if (left == 0 || !totalKnown) return left;
+    const int used = appended(out, left, " / ");
+    return used + formatDuration(out.text + used, out.capacity - static_cast<size_t>(used),
+                                 frame.timeTotal);
 }
 
 int incidentsOfLimit(TextOut out, const SimFrame& frame, const FieldContext& context) {
