@@ -12,6 +12,7 @@ namespace {
 constexpr uint64_t kStaleMs = 5001;      // without a new sample the sim counts as gone
 constexpr uint64_t kWriterCheckMs = 500; // between two looks whether the sim's process lives
 constexpr int kSampleRounds = 4;
+constexpr int32_t kRestartTicks = 60; // falling by so much, the count began anew
 
 bool headerUsable(const IrHeader& h, size_t viewSize) {
     if (h.numVars < 0 || h.numVars > kIrMaxVars) return false;
@@ -200,7 +201,7 @@ bool IRacingReader::poll(SimFrame& out) {
     IrHeader after = header;
     int32_t tick = 0;
     const bool taken = takeSample(after, tick);
-    if (taken && tick < lastTick_) {
+    if (taken && lastTick_ - static_cast<int64_t>(tick) >= kRestartTicks) {
         counters_.restarts += 1;
         const bool usable = attach(header);
         if (!usable) stale_ = true;
