@@ -1,6 +1,7 @@
 // A real X server without a screen, for tests: started on a free display, ended with its helpers by
 // their own process ids. `missing()` names what is not installed; a test then skips.
 #pragma once
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -54,7 +55,7 @@ inline void endProgram(pid_t pid, int signal = SIGTERM) {
 /// What a shell command prints.
 inline std::string shellOutput(const std::string& command) {
     std::string text;
-    FILE* pipe = popen((command + " 2>/dev/null").c_str(), "r");
+    FILE* pipe = popen(("{ " + command + "; } 2>/dev/null").c_str(), "r");
     if (!pipe) return text;
     char buffer[4096];
     for (size_t n = 0; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
@@ -77,20 +78,24 @@ public:
         return {};
     }
 
-    /// Starts the server and points DISPLAY at it.
-    bool start(const std::string& size = "1280x800x24") {
+    /// Starts the server and points DISPLAY at it. `without` names an extension to leave out.
+    bool start(const std::string& size = "1280x800x24", const std::string& without = {}) {
         int ends[2];
         if (pipe2(ends, O_CLOEXEC) != 0) return false;
-        server_ = startProgram({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size,
-                                "-nolisten", "tcp", "-noreset", "+extension", "Composite"},
-                               ends[1]);
+        std::vector<std::string> words{"Xvfb",      "-displayfd", std::to_string(ends[1]),
+                                       "-screen",   "0",          size,
+                                       "-nolisten", "tcp",        "-noreset"};
+        if (!without.empty()) words.insert(words.end(), {"-extension", without});
+        server_ = startProgram(words, ends[1]);
         close(ends[1]);
-        char number[16] = {};
+        // The number comes in pieces; a line end completes it.
+        std::string number;
         pollfd ready{ends[0], POLLIN, 0};
-        const bool told = poll(&ready, 1, 20000) > 0 && read(ends[0], number, 15) > 0;
+        for (char c = 0; poll(&ready, 1, 20000) > 0 && read(ends[0], &c, 1) == 1 && c != '\n';)
+            number += c;
         close(ends[0]);
-        if (!told) return false;
-        display_ = ":" + std::to_string(std::atoi(number));
+        if (number.empty()) return false;
+        display_ = ":" + number;
         setenv("DISPLAY", display_.c_str(), 1);
         return true;
     }

@@ -39,8 +39,12 @@ void setSizeHints(const WindowRecord& window, xcb_window_t handle) {
 }
 
 void setTitles(const WindowRecord& window, xcb_window_t handle) {
-    x11SetBytes(handle, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, window.spec.title);
-    x11SetBytes(handle, x11.atoms.netWmName, x11.atoms.utf8String, window.spec.title);
+    const std::string& title = window.spec.title;
+    const bool ascii = std::all_of(title.begin(), title.end(), [](char c) { return c >= 0; });
+    // The type STRING is Latin-1.
+    x11SetBytes(handle, XCB_ATOM_WM_NAME,
+                ascii ? xcb_atom_t{XCB_ATOM_STRING} : x11.atoms.utf8String, title);
+    x11SetBytes(handle, x11.atoms.netWmName, x11.atoms.utf8String, title);
 }
 
 void setState(const WindowRecord& window, xcb_window_t handle) {
