@@ -150,7 +150,7 @@ TEST(MainTick, FollowsTheWholeRoadOfAFrame) {
     CarRow& row = frame.cars.emplace_back();
     row.carIdx = 4;
     row.lap = 11;
-    row.onPitRoad = 1;
+    row.pitThisLap = 1;
     rig.buffer.publish();
     rig.words.tickPosted = 1;
     int pitLapSeen = -1;
