@@ -14,6 +14,7 @@
 #include <pango/pangofc-fontmap.h>
 
 #include <string>
+#include <unordered_map>
 
 namespace vt {
 
@@ -26,6 +27,7 @@ struct Fonts {
     FcConfig* config = nullptr;
     PangoFontMap* map = nullptr;
     bool japanese = false;
+    std::unordered_map<std::string, std::string> substitutes; // of families asked for
 };
 Fonts fonts;
 
@@ -79,7 +81,35 @@ void openFonts(const std::string& folder, int* taken) {
     fonts.japanese = *taken > 0 && fontFamilyKnown("Noto Sans JP");
 }
 
+/// The family that the system takes for one it does not have. The shipped fonts are no candidates:
+/// they stand for themselves only.
+std::string systemSubstitute(const std::string& family) {
+    FcFontSet* system = FcConfigGetFonts(fonts.config, FcSetSystem);
+    if (!system) return family;
+    FcPattern* pattern = FcPatternCreate();
+    FcPatternAddString(pattern, FC_FAMILY, reinterpret_cast<const FcChar8*>(family.c_str()));
+    FcConfigSubstitute(fonts.config, pattern, FcMatchPattern);
+    FcDefaultSubstitute(pattern);
+    FcResult result = FcResultNoMatch;
+    FcPattern* match = FcFontSetMatch(fonts.config, &system, 1, pattern, &result);
+    FcChar8* name = nullptr;
+    std::string substitute = family;
+    if (match && FcPatternGetString(match, FC_FAMILY, 0, &name) == FcResultMatch)
+        substitute = reinterpret_cast<const char*>(name);
+    if (match) FcPatternDestroy(match);
+    FcPatternDestroy(pattern);
+    return substitute;
+}
+
 } // namespace
+
+const std::string& presentFamily(const std::string& family) {
+    programFontMap();
+    const auto found = fonts.substitutes.find(family);
+    if (found != fonts.substitutes.end()) return found->second;
+    std::string name = fontFamilyKnown(family) ? family : systemSubstitute(family);
+    return fonts.substitutes.emplace(family, std::move(name)).first->second;
+}
 
 int loadFonts(const std::string& folder) {
     int taken = 0;
@@ -121,7 +151,7 @@ bool fontFamilyKnown(std::string_view family) {
 std::string fontFileFor(std::string_view family, int weight) {
     PangoContext* context = pango_font_map_create_context(programFontMap());
     PangoFontDescription* description = pango_font_description_new();
-    pango_font_description_set_family(description, std::string(family).c_str());
+    pango_font_description_set_family(description, presentFamily(std::string(family)).c_str());
     pango_font_description_set_weight(description, static_cast<PangoWeight>(weight));
     pango_font_description_set_absolute_size(description, 12 * PANGO_SCALE);
     std::string name;

@@ -95,7 +95,8 @@ float widthWithoutTrailing(PangoLayoutLine* line, const char* text, float whole)
     return units(x);
 }
 
-void measure(Shape& shape) {
+/// `spacing` stands behind every letter; Pango leaves it out behind a line's last.
+void measure(Shape& shape, float spacing) {
     const char* text = pango_layout_get_text(shape.layout);
     float y = 0, inkTop = INFINITY, inkBottom = -INFINITY;
     for (GSList* l = pango_layout_get_lines_readonly(shape.layout); l; l = l->next) {
@@ -106,7 +107,7 @@ void measure(Shape& shape) {
         line.top = y;
         line.height = units(logical.height);
         line.baseline = y - units(logical.y);
-        line.widthWithTrailing = units(logical.width);
+        line.widthWithTrailing = units(logical.width) + (line.line->length > 0 ? spacing : 0);
         line.width = widthWithoutTrailing(line.line, text, line.widthWithTrailing);
         y += line.height;
         if (ink.width > 0 && ink.height > 0) {
@@ -132,7 +133,7 @@ void measure(Shape& shape) {
 
 void setFont(PangoLayout* layout, const ShapeSpec& spec) {
     PangoFontDescription* font = pango_font_description_new();
-    pango_font_description_set_family_static(font, spec.format->family.c_str());
+    pango_font_description_set_family_static(font, presentFamily(spec.format->family).c_str());
     pango_font_description_set_weight(font, static_cast<PangoWeight>(spec.format->weight));
     pango_font_description_set_style(font,
                                      spec.format->italic ? PANGO_STYLE_ITALIC : PANGO_STYLE_NORMAL);
@@ -178,7 +179,7 @@ ShapeRef makeShape(const ShapeSpec& spec, std::string_view given) {
         pango_layout_set_wrap(shape->layout, PANGO_WRAP_WORD_CHAR);
         if (spec.ellipsis) pango_layout_set_ellipsize(shape->layout, PANGO_ELLIPSIZE_END);
     }
-    measure(*shape);
+    measure(*shape, spec.letterSpacing);
     return shape;
 }
 
