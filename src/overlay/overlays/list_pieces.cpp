@@ -1,0 +1,278 @@
+#include "overlay/overlays/list_styles.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace vt {
+
+namespace {
+
+constexpr float kTextInRow = 0.6f; // of a row's height
+
+TextStyle scaled(TextStyle style, float scale) {
+    style.size = std::max(style.size * scale, 1.0f);
+    return style;
+}
+
+/// A band of the given height in the middle of `r`.
+RectF middle(RectF r, float height) {
+    const float h = std::min(std::round(height), r.height());
+    const float top = std::round(r.centerY() - h / 2);
+    return {r.left, top, r.right, top + h};
+}
+
+struct CellBrush {
+    ListPainter& painter;
+    const ListView& view;
+    const ListRow& row;
+    const CellLook& look;
+    TextStyle figures;
+    RectF place; // of the column
+
+    TextStyle styleOf(const CellContent& cell) const {
+        TextStyle style = figures;
+        if (cell.bold || (row.player && look.emphasisPlayer)) style.weight = 700;
+        return style;
+    }
+
+    void text(const CellContent& cell) {
+        const bool plain = cell.colour == view.colours.text;
+        const Color colour = row.player && plain ? look.playerText : cell.colour;
+        painter.text(place, cell.text, styleOf(cell), colour, cell.align);
+    }
+
+    void pill(const CellContent& cell, bool faint) {
+        TextStyle style = styleOf(cell);
+        style.size *= 0.92f;
+        const float height = std::min(style.size * 1.62f, place.height() - 4);
+        Color fill = cell.fill;
+        if (faint) fill = fade(fill, 0.2f);
+        painter.pill(middle(place, height), cell.text, style, cell.colour, fill, look.pillRadius);
+    }
+
+    void dot(const CellContent& cell) {
+        const float r = std::clamp(figures.size * 0.36f, 2.5f,
+                                   std::max(2.5f, std::min(place.width(), place.height()) / 2 - 1));
+        const PointF center{std::round(place.centerX()), std::round(place.centerY())};
+        painter.canvas.strokeEllipse(center, r, r, painter.ink(cell.colour),
+                                     std::max(2.0f, r * 0.5f));
+    }
+
+    void logo(const CellContent& cell) {
+        const auto w = static_cast<float>(bitmapWidth(*cell.logo));
+        const auto h = static_cast<float>(bitmapHeight(*cell.logo));
+        const bool both = cell.text[0] != '\0';
+        RectF box = middle(place, figures.size * 1.7f);
+        if (both) box.right = box.left + box.width() * 0.45f;
+        const float fit = std::min(box.width() / w, box.height() / h);
+        const RectF picture = rectAt(std::round(box.centerX() - w * fit / 2),
+                                     std::round(box.centerY() - h * fit / 2), w * fit, h * fit);
+        painter.canvas.drawBitmap(cell.logo, picture, nullptr, painter.content);
+        if (!both) return;
+        place.left = box.right + 3;
+        text(cell);
+    }
+
+    /// The player's own place among the gaps.
+    void mark(const CellContent& cell) {
+        const float w = std::min(figures.size * 1.5f, place.width());
+        const float y = std::round(place.centerY());
+        painter.canvas.fillRect({place.right - w, y - 1, place.right, y + 1},
+                                painter.ink(row.player ? look.playerText : cell.colour));
+    }
+};
+
+void drawPosition(CellBrush& brush, const CellContent& cell) {
+    ListPainter& p = brush.painter;
+    const ListColours& c = brush.view.colours;
+    if (brush.row.player && brush.look.diamond) {
+        p.diamond(brush.place, cell.text, scaled(brush.styleOf(cell), 0.94f), c.onAccent, c.accent);
+    } else if (cell.form == CellForm::pill) {
+        brush.pill(cell, false);
+    } else {
+        brush.text(cell);
+    }
+    if (!cell.talking) return;
+    const float r = std::clamp(brush.figures.size * 0.2f, 2.0f, 4.0f);
+    p.canvas.fillEllipse({brush.place.right - r, brush.place.top + r + 3}, r, r,
+                         p.ink({0.3f, 0.9f, 0.45f}));
+}
+
+void drawCell(CellBrush& brush, int column, const CellContent& cell) {
+    if (column == kColumnPosition) {
+        if (cell.form != CellForm::empty) drawPosition(brush, cell);
+        return;
+    }
+    switch (cell.form) {
+    case CellForm::empty:
+        return;
+    case CellForm::text:
+        return brush.text(cell);
+    case CellForm::pill:
+        return brush.pill(cell, false);
+    case CellForm::chip:
+        return brush.pill(cell, true);
+    case CellForm::dot:
+        return brush.dot(cell);
+    case CellForm::logo:
+        return brush.logo(cell);
+    case CellForm::mark:
+        return brush.mark(cell);
+    }
+}
+
+/// Badges stand at the right end of the name's column, below each other over the rows.
+float drawBadge(ListPainter& p, RectF place, std::string_view text, const TextStyle& style,
+                Color colour, Color fill, float radius) {
+    const float width = std::ceil(p.width(style, text) + style.size * 0.8f);
+    if (text.empty() || place.width() < width * 2) return place.right;
+    const RectF badge =
+        middle({place.right - width, place.top, place.right, place.bottom}, style.size * 1.55f);
+    p.pill(badge, text, style, colour, fill, radius);
+    return badge.left - std::round(style.size * 0.4f);
+}
+
+void drawName(ListPainter& p, const ListView& view, const ListRow& row, RectF place,
+              const CellLook& look, float scale) {
+    const ListColours& c = view.colours;
+    TextStyle name = scaled(look.name, scale);
+    if (row.player && look.emphasisPlayer) name.weight = 700;
+    const TextStyle badge{look.figures.face, std::max(name.size * 0.74f, 5.0f), 700};
+    const float radius = std::min(look.pillRadius, 3.0f);
+    if (row.showPitBadge)
+        place.right = drawBadge(p, place, "PIT", badge, textOn(c.amber), c.amber, radius);
+    if (row.laps != 0) {
+        const Color colour = row.laps > 0 ? Color{0.45f, 0.68f, 1.0f} : c.negative;
+        place.right = drawBadge(p, place, row.lapBadge, badge, colour, fade(colour, 0.2f), radius);
+    }
+    if (row.player && look.youTag) {
+        const float width = std::ceil(p.width(badge, "YOU") + badge.size * 0.9f);
+        if (place.width() > width * 2.4f) {
+            const RectF tag = middle({place.left, place.top, place.left + width, place.bottom},
+                                     badge.size * 1.6f);
+            p.pill(tag, "YOU", badge, c.onAccent, c.accent, radius);
+            place.left += width + std::round(name.size * 0.5f);
+        }
+    }
+    const bool plain = row.nameColour == c.text;
+    p.textCut(place, row.name, name, row.player && plain ? look.playerText : row.nameColour);
+}
+
+} // namespace
+
+float rowTextScale(float asked, float rowHeight, const CellLook& look) {
+    const float size = std::max(look.name.size, look.figures.size);
+    return std::min(std::clamp(asked, 0.1f, 4.0f), rowHeight * kTextInRow / size);
+}
+
+bool isPlayerPlace(const ListView& view, const ListRow& row) {
+    return row.player || (view.kind == ListKind::relative && row.kind == 1);
+}
+
+void drawCells(ListPainter& p, const ListView& view, const ListRow& row, RectF rect,
+               const ColumnFit& fit, const CellLook& look) {
+    if (row.blank) return;
+    for (const ColumnPlace& at : fit.places) {
+        const RectF place{at.left, rect.top, at.right, rect.bottom};
+        if (at.column == kColumnDriver) {
+            drawName(p, view, row, place, look, fit.textScale);
+            continue;
+        }
+        const CellContent& cell = view.cell(row, at.index);
+        CellBrush brush{p, view, row, look, scaled(look.figures, fit.textScale), place};
+        drawCell(brush, at.column, cell);
+    }
+}
+
+void drawColumnHeaders(ListPainter& p, const ListView& view, RectF rect, const ColumnFit& fit,
+                       const TextStyle& style, Color colour) {
+    for (const ColumnPlace& at : fit.places) {
+        TextAlign align = TextAlign::leading;
+        const char* header = columnHeaderText(at.column, align);
+        if (view.style == kListApex && at.column == kColumnRating) header = "IR";
+        if (at.column == kColumnNumber || at.column == kColumnBrand) align = TextAlign::center;
+        p.text({at.left, rect.top, at.right, rect.bottom}, header, style, colour, align);
+    }
+}
+
+// ---- heads ----
+
+namespace {
+
+float pieceWidth(ListPainter& p, const HeadPiece& piece, TextStyle style) {
+    if (piece.text.empty()) return 0;
+    if (piece.bold) style.weight = 700;
+    return p.width(style, piece.text) + (piece.fill.a > 0 ? style.size : 0);
+}
+
+void drawPiece(ListPainter& p, const HeadPiece& piece, RectF box, TextStyle style) {
+    if (piece.bold) style.weight = 700;
+    if (piece.fill.a > 0)
+        p.pill(middle(box, style.size * 1.6f), piece.text, style, piece.colour, piece.fill, 3);
+    else
+        p.textCut(box, piece.text, style, piece.colour);
+}
+
+} // namespace
+
+void drawHeadLine(ListPainter& p, RectF rect, const TextStyle& style,
+                  std::initializer_list<HeadPiece> left, std::initializer_list<HeadPiece> right,
+                  std::string_view separator, Color separatorColour) {
+    const float gap = std::round(style.size * 1.1f);
+    float end = rect.right;
+    const float keep = rect.left + rect.width() * 0.42f; // the left half's at least
+    // Right to left, so that the outermost stays longest.
+    for (auto piece = std::rbegin(right); piece != std::rend(right); ++piece) {
+        const float width = std::ceil(pieceWidth(p, *piece, style));
+        if (width <= 0 || end - width < keep) continue;
+        drawPiece(p, *piece, {end - width, rect.top, end + 1, rect.bottom}, style);
+        end -= width + gap;
+    }
+    float x = rect.left;
+    bool first = true;
+    for (const HeadPiece& piece : left) {
+        const float width = std::ceil(pieceWidth(p, piece, style));
+        if (width <= 0) continue;
+        if (!first) {
+            const float apart = p.width(style, separator);
+            if (x + apart + style.size * 2 > end) return;
+            p.text({x, rect.top, x + apart + 1, rect.bottom}, separator, style, separatorColour,
+                   TextAlign::center);
+            x += std::ceil(apart);
+        }
+        drawPiece(p, piece, {x, rect.top, std::min(x + width + 1, end), rect.bottom}, style);
+        x += width;
+        first = false;
+        if (x >= end) return;
+    }
+}
+
+void drawStandardHead(ListPainter& p, const ListView& view, RectF rect, const TextStyle& style) {
+    const ListColours& c = view.colours;
+    const ListHead& head = view.head;
+    const bool standings = view.kind == ListKind::standings;
+    drawHeadLine(p, rect, style,
+                 {{head.title, c.text, true}, {head.group, c.dim}, {head.place, c.accent, true}},
+                 {{standings ? std::string_view() : head.best, head.bestColour},
+                  {head.strength, c.dim},
+                  {head.time, c.dim},
+                  {head.flag, textOn(head.flagColour), true, head.flagColour}},
+                 "  ·  ", fade(c.dim, 0.7f));
+}
+
+void drawClassLabel(ListPainter& p, const ListView& view, const ListBlock& block, RectF rect,
+                    const TextStyle& style) {
+    const ListColours& c = view.colours;
+    drawHeadLine(p, rect, style, {{block.name, block.colour, true}, {block.detail, c.dim}},
+                 {{block.strength, c.dim}}, "  ·  ", fade(c.dim, 0.7f));
+}
+
+void drawList(ListPainter& painter, const ListPicture& picture) {
+    using DrawList = void (*)(ListPainter&, const ListPicture&);
+    constexpr std::array<DrawList, kListStyleCount> looks = {
+        drawClassicList, drawGridList, drawCompactList, drawFocusList, drawRowsList, drawApexList};
+    looks[static_cast<size_t>(clampListStyle(picture.view.style))](painter, picture);
+}
+
+} // namespace vt

@@ -1,0 +1,37 @@
+#include "overlay/overlays/overlay_catalogue.h"
+
+#include "overlay/overlays/relative_overlay.h"
+#include "overlay/overlays/standings_overlay.h"
+#include "overlay/settings/slots.h"
+
+namespace vt {
+
+namespace {
+
+template <class Overlay>
+std::unique_ptr<OverlayWindow> make(OverlayHost& host) {
+    return std::make_unique<Overlay>(host);
+}
+
+} // namespace
+
+const std::vector<OverlayKind>& overlayKinds() {
+    static const std::vector<OverlayKind> kinds = {
+        {kSlotRelative, make<RelativeOverlay>},
+        {kSlotStandings, make<StandingsOverlay>},
+    };
+    return kinds;
+}
+
+std::vector<std::unique_ptr<OverlayWindow>> makeOverlays(OverlayHost& host) {
+    std::vector<std::unique_ptr<OverlayWindow>> all(kSlotCount);
+    host.overlays.assign(kSlotCount, nullptr);
+    for (const OverlayKind& kind : overlayKinds()) {
+        const auto slot = static_cast<size_t>(kind.slot);
+        all[slot] = kind.make(host);
+        host.overlays[slot] = all[slot].get();
+    }
+    return all;
+}
+
+} // namespace vt
