@@ -176,6 +176,14 @@ TEST_F(PlayedCapture, TornSamplesAreNeverSeen) {
     const int frames = watch(1500, [&](const SimFrame& f) {
         ASSERT_EQ(f.cars.size(), 62u);
         ASSERT_TRUE(f.sessionTime > 1400 && f.sessionTime < 1600) << f.sessionTime;
+        std::map<int32_t, float> bestByPlace;
+        for (const CarRow& row : f.cars)
+            ASSERT_TRUE(row.position == 0 ||
+                        bestByPlace.emplace(row.position, row.bestLapTime).second);
+        for (float before = 0; const auto& [place, best] : bestByPlace) {
+            ASSERT_LE(before, best) << place;
+            before = best;
+        }
         for (const CarRow& row : f.cars)
             ASSERT_TRUE(row.lapDistPct >= 0 && row.lapDistPct < 1 && row.lap < 100)
                 << row.carIdx << " " << row.lapDistPct << " " << row.lap;

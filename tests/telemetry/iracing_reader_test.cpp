@@ -2,6 +2,7 @@
 #include "platform/broadcast.h"
 #include "support/iracing_image.h"
 #include "telemetry/readers/iracing_broadcast.h"
+#include "telemetry/readers/iracing_newest.h"
 #include "telemetry/readers/iracing_reader.h"
 
 #include <gtest/gtest.h>
@@ -267,27 +268,43 @@ TEST(IracingReader, NeverDeliversAMixedFrame) {
     RecordProperty("torn_copies", static_cast<int>(sim.reader.counters().tornCopies));
 }
 
-TEST(IracingReader, FourLostRoundsAreNoFrame) {
-    // A copy that takes longer than a slice of the processor, so that the writer always gets a
-    // turn.
-    Sim sim(checkedImage(8'000'000).build());
-    sim.header().numBuf = 1;
-    ASSERT_TRUE(sim.reader.open());
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
-        for (uint32_t n = 0; !stop.load(); ++n)
-            std::atomic_ref(sim.header().varBuf[0].tickCount)
-                .store(2000 + static_cast<int32_t>(n % 1'000'000'000));
-    });
-    bool lost = false;
-    for (int i = 0; i < 500 && !lost; ++i) {
-        const uint64_t before = sim.reader.counters().tornCopies;
-        lost = !sim.poll() && sim.reader.counters().tornCopies == before + 4;
+/// Memory in which the sim writes again during the first `busy` copies of a sample.
+struct BusyMemory {
+    mutable IrHeader header;
+    mutable int busy = 0;
+    mutable int copies = 0;
+
+    bool copyOut(size_t offset, void* out, size_t length) const {
+        if (offset == 0) {
+            std::memcpy(out, &header, length);
+            return true;
+        }
+        copies += 1;
+        std::memset(out, copies, length);
+        if (busy-- > 0) header.varBuf[offset == 200].tickCount += 10;
+        return true;
     }
-    stop = true;
-    writer.join();
-    EXPECT_TRUE(lost);
-    EXPECT_TRUE(sim.reader.isConnected());
+};
+
+TEST(IracingReader, AnotherRoundForATornCopyButNoFifth) {
+    for (const int busy : {0, 1, 3, 4, 9}) {
+        BusyMemory memory;
+        memory.busy = busy;
+        memory.header.numBuf = 2;
+        memory.header.varBuf[0] = {.tickCount = 7, .bufOffset = 150};
+        memory.header.varBuf[1] = {.tickCount = 8, .bufOffset = 200};
+        IrHeader header = memory.header;
+        std::vector<uint8_t> sample(16);
+        int32_t tick = 0;
+        uint64_t torn = 0;
+        EXPECT_EQ(irTakeNewest(memory, 216, header, sample, tick, torn), busy < 4) << busy;
+        EXPECT_EQ(torn, static_cast<uint64_t>(std::min(busy, 4)));
+        EXPECT_EQ(memory.copies, std::min(busy + 1, 4));
+        if (busy < 4) {
+            EXPECT_EQ(tick, 8 + 10 * busy);
+            EXPECT_EQ(sample[15], busy + 1); // the copy that counted
+        }
+    }
 }
 
 void expectSane(const SimFrame& f) {

@@ -106,8 +106,12 @@ bool ranked(const DriveModel& model, const DriveCar& car) {
 
 void rankCars(DriveModel& model) {
     std::vector<DriveCar*> order;
-    for (DriveCar& car : model.cars)
-        if (ranked(model, car)) order.push_back(&car);
+    for (DriveCar& car : model.cars) {
+        if (ranked(model, car))
+            order.push_back(&car);
+        else
+            car.position = car.classPosition = 0;
+    }
     std::stable_sort(order.begin(), order.end(),
                      [&](const DriveCar* a, const DriveCar* b) { return ahead(model, *a, *b); });
     const DriveCar* leader = order.empty() ? nullptr : order.front();

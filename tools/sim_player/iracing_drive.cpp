@@ -35,8 +35,16 @@ DriveCar makeCar(const IrImage& image, const vt::IrSample& s, int32_t car, int32
     const double classTime = driverNumber(image.rawText, car, "CarClassEstLapTime");
     out.lapTime = lapTimeOf(image, s, car, classTime);
     out.classLapTime = timeKnown(classTime) ? classTime : out.lapTime;
-    out.bestLap = std::max(s.element(s.find("CarIdxBestLapTime"), car, 0), 0.0);
-    out.lastLap = std::max(s.element(s.find("CarIdxLastLapTime"), car, 0), 0.0);
+    const auto session = static_cast<size_t>(s.integer("SessionNum"));
+    const bool known = session < image.text.sessions.size();
+    const vt::IrResultTimes results =
+        known ? image.text.sessions[session].results[car] : vt::IrResultTimes{};
+    const auto driven = [&](const char* name, float result) {
+        const double time = s.element(s.find(name), car, 0);
+        return time > 0 ? time : static_cast<double>(result);
+    };
+    out.bestLap = driven("CarIdxBestLapTime", results.fastest);
+    out.lastLap = driven("CarIdxLastLapTime", results.last);
     out.position = s.elementInt(s.find("CarIdxPosition"), car);
     out.classPosition = s.elementInt(s.find("CarIdxClassPosition"), car);
     out.gapToLeader = s.element(s.find("CarIdxF2Time"), car, 0);
@@ -110,10 +118,10 @@ void putPlayersControls(IrDrive& drive, const DriveCar& car, double dt, IrSample
     const double slide = 0.4 * std::sin(61 * car.phase) * bend;
     const double share = std::clamp(car.speed / kTopSpeed, 0.0, 0.999) * 6;
     const double gear = car.stopLeft > 0 ? 0 : 1 + std::floor(share);
-    const auto blink = static_cast<double>(drive.player >= 0 ? 7000 : 0);
+    const double revs = 0.62 + 0.36 * (share - std::floor(share));
     out.put("Speed", car.speed);
     out.put("Gear", gear);
-    out.put("RPM", car.stopLeft > 0 ? 1100 : blink * (0.62 + 0.36 * (share - std::floor(share))));
+    out.put("RPM", car.stopLeft > 0 ? 1100 : drive.maxRpm * revs);
     out.put("Throttle", car.stopLeft > 0 ? 0 : std::clamp(0.35 + accel / 6, 0.0, 1.0));
     out.put("Brake", car.stopLeft > 0 ? 1 : std::clamp(-(accel + 1) / 8, 0.0, 1.0));
     out.put("Clutch", 1);
@@ -127,11 +135,10 @@ void putPlayersControls(IrDrive& drive, const DriveCar& car, double dt, IrSample
 
 void putPlayersFuel(const IrDrive& drive, const DriveCar& car, IrSampleWriter& out) {
     // Three litres a lap, filled up when it runs out.
-    const double capacity = std::max<double>(drive.startFuel, 20);
-    const double used = drive.model.time / car.lapTime * 3;
-    const double level = capacity - std::fmod(capacity - drive.startFuel + used, capacity);
+    const double used = drive.fuelCapacity - drive.startFuel + drive.model.time / car.lapTime * 3;
+    const double level = drive.fuelCapacity - std::fmod(used, drive.fuelCapacity);
     out.put("FuelLevel", level);
-    out.put("FuelLevelPct", level / capacity);
+    out.put("FuelLevelPct", level / drive.fuelCapacity);
 }
 
 int32_t spotterWord(const DriveModel& model, const DriveCar& me) {
@@ -145,27 +152,33 @@ int32_t spotterWord(const DriveModel& model, const DriveCar& me) {
     return 1; // clear
 }
 
+/// Session time left; below 0 while the clock stands.
+double timeLeft(const IrDrive& drive) {
+    const double gone = drive.model.time;
+    if (!drive.onGrid) return std::max(drive.startRemain - gone, 0.0);
+    return gone < kGreenAfter ? -1 : std::max(drive.total - (gone - kGreenAfter), 0.0);
+}
+
 void putSession(const IrDrive& drive, IrSampleWriter& out) {
     const DriveModel& model = drive.model;
     out.put("SessionTime", drive.startTime + model.time);
-    const bool unlimited = drive.startRemain >= 86400;
-    const double left = drive.startRemain - model.time;
-    out.put("SessionTimeRemain", unlimited ? drive.startRemain : std::max(left, 0.0));
-    int32_t leaderLap = 0;
-    for (const DriveCar& car : model.cars)
-        if (car.inWorld) leaderLap = std::max(leaderLap, car.lap);
-    bool over = !unlimited && drive.startRemain > 0 && left <= 0;
+    const bool unlimited = drive.startRemain >= 86400 || (drive.onGrid && !(drive.total > 0));
+    const double left = timeLeft(drive);
+    out.put("SessionTimeRemain", unlimited ? drive.startRemain : left);
+    bool over = !unlimited && left == 0;
     if (drive.lapsTotal > 0) {
+        int32_t leaderLap = 0;
+        for (const DriveCar& car : model.cars)
+            if (car.inWorld) leaderLap = std::max(leaderLap, car.lap);
         out.put("SessionLapsRemainEx", std::max(drive.lapsTotal - leaderLap + 1, 0));
         over = over || leaderLap > drive.lapsTotal;
     }
-    const bool started = model.race && drive.state < 4 && model.time >= kGreenAfter;
     if (over || drive.state >= 5) {
         out.put("SessionState", std::max(drive.state, 5));
         out.put("SessionFlags", drive.flags | vt::kIrFlagCheckered);
-    } else if (started) {
-        out.put("SessionState", 4);
+    } else if (drive.onGrid && model.time >= kGreenAfter) {
         const bool waving = model.time < kGreenAfter + 10;
+        out.put("SessionState", 4);
         out.put("SessionFlags", waving ? drive.flags | vt::kIrFlagGreen : drive.flags);
     }
 }
@@ -179,6 +192,9 @@ IrDrive startIrDrive(const IrImage& image) {
     drive.startTime = sample.number("SessionTime");
     drive.startRemain = sample.number("SessionTimeRemain");
     drive.startFuel = sample.number("FuelLevel");
+    drive.fuelCapacity =
+        std::max({static_cast<double>(image.text.fuelCapacity), drive.startFuel, 20.0});
+    if (image.text.maxRpm > 0) drive.maxRpm = static_cast<double>(image.text.maxRpm);
     drive.state = sample.integer("SessionState");
     drive.flags = sample.bits("SessionFlags") & ~uint32_t{vt::kIrFlagCheckered};
     const int32_t laps = sample.integer("SessionLapsTotal");
@@ -187,6 +203,9 @@ IrDrive startIrDrive(const IrImage& image) {
     drive.model.trackLength = std::max(static_cast<double>(image.text.trackLength), 500.0);
     drive.model.race = session >= 0 && static_cast<size_t>(session) < image.text.sessions.size() &&
                        image.text.sessions[static_cast<size_t>(session)].isRace == 1;
+    drive.onGrid = drive.model.race && drive.state < 4;
+    const double total = sample.number("SessionTimeTotal");
+    drive.total = total < 86400 ? total : 0;
     // After the flag the cars park in any order: the result stays.
     drive.model.rank = drive.state < 5;
 

@@ -9,7 +9,11 @@ struct IrDrive {
     DriveModel model;
     double startTime = 0;   // session time of the recording
     double startRemain = 0; // session time left in it
-    double startFuel = 0;
+    double total = 0;       // length of the session, s
+    bool onGrid = false;    // recorded before the start of a race: its clock stands until then
+    double startFuel = 0;   // litres
+    double fuelCapacity = 60;
+    double maxRpm = 7000;
     int32_t lapsTotal = 0; // 0 = not limited by laps
     int32_t state = 4;     // SessionState of the recording
     uint32_t flags = 0;

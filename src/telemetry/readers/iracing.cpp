@@ -1,5 +1,6 @@
 #include "telemetry/readers/iracing.h"
 
+#include "telemetry/readers/iracing_newest.h"
 #include "telemetry/readers/iracing_reader.h"
 
 #include <algorithm>
@@ -11,8 +12,7 @@ namespace {
 
 constexpr uint64_t kStaleMs = 5001;      // without a new sample the sim counts as gone
 constexpr uint64_t kWriterCheckMs = 500; // between two looks whether the sim's process lives
-constexpr int kSampleRounds = 4;
-constexpr int32_t kRestartTicks = 60; // falling by so much, the count began anew
+constexpr int32_t kRestartTicks = 60;    // falling by so much, the count began anew
 
 bool headerUsable(const IrHeader& h, size_t viewSize) {
     if (h.numVars < 0 || h.numVars > kIrMaxVars) return false;
@@ -28,30 +28,6 @@ bool headerUsable(const IrHeader& h, size_t viewSize) {
 
 bool sameLayout(const IrHeader& a, const IrHeader& b) {
     return a.numVars == b.numVars && a.varHeaderOffset == b.varHeaderOffset && a.bufLen == b.bufLen;
-}
-
-/// The buffer with the largest tick count (the first of equals) of those that lie inside the
-/// object; null for none.
-const IrVarBuf* newestBuffer(const IrHeader& h, int32_t bufLen, size_t viewSize) {
-    const int32_t count = std::clamp(h.numBuf, 0, kIrMaxBuffers);
-    const IrVarBuf* newest = nullptr;
-    for (int32_t i = 0; i < count; ++i) {
-        const IrVarBuf& buf = h.varBuf[i];
-        if (buf.bufOffset < 0 || !rangeInside(static_cast<uint64_t>(buf.bufOffset), 1,
-                                              static_cast<uint64_t>(bufLen), viewSize))
-            continue;
-        if (!newest || buf.tickCount > newest->tickCount) newest = &buf;
-    }
-    return newest;
-}
-
-/// Is there still a buffer at that offset with that tick count?
-bool stillThere(const IrHeader& h, const IrVarBuf& taken) {
-    const int32_t count = std::clamp(h.numBuf, 0, kIrMaxBuffers);
-    for (int32_t i = 0; i < count; ++i)
-        if (h.varBuf[i].bufOffset == taken.bufOffset)
-            return h.varBuf[i].tickCount == taken.tickCount;
-    return false;
 }
 
 } // namespace
@@ -92,6 +68,18 @@ bool IRacingReader::attach(const IrHeader& header) {
     textParsed_ = false;
     memory_ = {};
     return true;
+}
+
+// A sim that was restarted may take over the object that the last one left behind: then another
+// table, or tick counts from the start, belong to names and times that no longer hold.
+bool IRacingReader::restart(const IrHeader& header) {
+    counters_.restarts += 1;
+    if (!attach(header)) stale_ = true;
+    return !stale_;
+}
+
+bool IRacingReader::followRestart(const IrHeader& header) {
+    return sameLayout(header, layout_) || restart(header);
 }
 
 void IRacingReader::close() {
@@ -156,25 +144,6 @@ void IRacingReader::readText(const IrHeader& header) {
     counters_.textParses += 1;
 }
 
-/// Copies the newest sample into `sample_`. A copy counts when its buffer still has the same tick
-/// count afterwards: otherwise the sim was writing in it meanwhile.
-bool IRacingReader::takeSample(IrHeader& header, int32_t& tick) {
-    for (int round = 0; round < kSampleRounds; ++round) {
-        const IrVarBuf* newest = newestBuffer(header, layout_.bufLen, viewSize_);
-        if (!newest) return false;
-        const IrVarBuf taken = *newest;
-        if (!map_.copyOut(static_cast<size_t>(taken.bufOffset), sample_.data(), sample_.size()) ||
-            !map_.read(0, header))
-            return false;
-        if (stillThere(header, taken)) {
-            tick = taken.tickCount;
-            return true;
-        }
-        counters_.tornCopies += 1;
-    }
-    return false;
-}
-
 void IRacingReader::noteNoSample() {
     const uint64_t now = clockMs(clock_);
     if (staleSince_ == 0)
@@ -185,32 +154,20 @@ void IRacingReader::noteNoSample() {
 
 bool IRacingReader::poll(SimFrame& out) {
     IrHeader header;
-    if (!isConnected() || !map_.read(0, header)) {
+    if (!isConnected() || !map_.read(0, header) || !followRestart(header)) {
         out.connected = 0;
         return false;
     }
-    // A sim that was restarted may take over the object that the last one left behind.
-    if (!sameLayout(header, layout_)) {
-        counters_.restarts += 1;
-        if (!attach(header)) {
-            stale_ = true;
-            out.connected = 0;
-            return false;
-        }
-    }
-    IrHeader after = header;
+    IrHeader latest = header;
     int32_t tick = 0;
-    const bool taken = takeSample(after, tick);
-    if (taken && lastTick_ - static_cast<int64_t>(tick) >= kRestartTicks) {
-        counters_.restarts += 1;
-        const bool usable = attach(header);
-        if (!usable) stale_ = true;
-    }
+    const bool taken = irTakeNewest(map_, viewSize_, latest, sample_, tick, counters_.tornCopies);
+    if (taken && lastTick_ - static_cast<int64_t>(tick) >= kRestartTicks && !restart(header))
+        return false;
     if (header.sessionInfoUpdate != lastSessionInfoUpdate_) {
         lastSessionInfoUpdate_ = header.sessionInfoUpdate;
         readText(header);
     }
-    if (!taken || stale_ || tick == lastTick_) {
+    if (!taken || tick == lastTick_) {
         noteNoSample();
         return false;
     }

@@ -38,9 +38,10 @@ public:
 
 private:
     bool attach(const IrHeader& header);
+    bool restart(const IrHeader& header);
+    bool followRestart(const IrHeader& header);
     bool writerLives();
     void readText(const IrHeader& header);
-    bool takeSample(IrHeader& header, int32_t& tick);
     void noteNoSample();
 
     const Clock& clock_;
