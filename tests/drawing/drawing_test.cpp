@@ -153,8 +153,8 @@ TEST_F(DrawingTest, FittedTextFillsItsBoxUpToTheLargestScale) {
     const float share =
         static_cast<float>(ink().second - ink().first + 1) / textWidthUnbounded(big.get(), "MMMM");
     const float natural = textWidthUnbounded(format.get(), "MMMM") * share;
-    EXPECT_NEAR(fit({10, 0, 290, 100}, 0), 280 * 0.97f * share, 3); // enlarged
-    EXPECT_NEAR(fit({10, 0, 290, 100}, 1), 280 * 0.97f * share, 3); // 1 and below is no limit
+    EXPECT_NEAR(fit({50, 0, 250, 100}, 0), 200 * 0.97f * share, 3); // enlarged
+    EXPECT_NEAR(fit({50, 0, 250, 100}, 1), 200 * 0.97f * share, 3); // 1 and below is no limit
     EXPECT_NEAR(fit({10, 0, 290, 100}, 2), natural * 2, 3);
     EXPECT_NEAR(fit({100, 0, 120, 100}, 2), 20 * 0.97f * share, 2); // made smaller
     const TextMetrics m = layoutMetrics(*measureLayout(format.get(), "MMMM", 500, 500));
