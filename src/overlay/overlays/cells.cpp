@@ -96,7 +96,7 @@ Color licenceColour(std::string_view licence) {
 
 Color textOn(Color fill) {
     const float luminance = 0.2126f * fill.r + 0.7152f * fill.g + 0.0722f * fill.b;
-    return luminance > 0.42f ? Color{0.05f, 0.06f, 0.08f} : Color{1, 1, 1};
+    return luminance > 0.47f ? Color{0.05f, 0.06f, 0.08f} : Color{1, 1, 1};
 }
 
 bool multiclassFrame(const SimFrame& frame) {

@@ -55,6 +55,7 @@ void drawFocusList(ListPainter& p, const ListPicture& picture) {
     CellLook look{.name = {Face::race, 16, 600}, .figures = {Face::mono, 13.5f, 500}};
     look.youTag = false;
     look.playerText = c.onAccent;
+    look.solidPlayer = true;
     const float scale = rowTextScale(picture.textScale, rowHeight, look);
     const float left = all.left + 16, right = all.right - 16;
     const ColumnFit fit = fitColumns(view, left, right, scale);

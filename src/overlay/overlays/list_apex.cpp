@@ -70,7 +70,7 @@ void relativeHead(ListPainter& p, const ListView& view, RectF head, const TextSt
                  {{view.head.group, theme.text},
                   {view.head.place, view.colours.text, true},
                   {view.head.strength, theme.textDim}},
-                 {}, "  ·  ", theme.textDim);
+                 {}, theme.textDim);
 }
 
 void standingsHead(ListPainter& p, const ListView& view, RectF head, const TextStyle& style) {
@@ -99,7 +99,7 @@ void standingsHead(ListPainter& p, const ListView& view, RectF head, const TextS
     rival(ahead, "AHEAD", h.ahead, h.aheadGap);
     drawHeadLine(p, {x, head.top, right, head.bottom}, style,
                  {{h.group, theme.text}, {h.place, view.colours.text, true}},
-                 {{leader, theme.textDim}, {ahead, theme.text}, {h.time, theme.textDim}}, "  ·  ",
+                 {{leader, theme.textDim}, {ahead, theme.text}, {h.time, theme.textDim}},
                  theme.textDim);
 }
 
@@ -141,7 +141,7 @@ void drawBlockLabel(ListPainter& p, const ListBlock& block, RectF rect, const Te
            textOn(block.colour));
     drawHeadLine(
         p, {tab.right + rect.height() * 0.4f + 8, rect.top, rect.right - kMargin, rect.bottom},
-        style, {{block.detail, theme.textDim}}, {{block.strength, theme.textDim}}, "", {});
+        style, {{block.detail, theme.textDim}}, {{block.strength, theme.textDim}}, {});
 }
 
 } // namespace

@@ -15,8 +15,8 @@ void drawSeparators(ListPainter& p, RectF row, const ColumnFit& fit) {
     const Brush* line = p.ink({1, 1, 1, 0.07f});
     for (size_t i = 1; i < fit.places.size(); ++i) {
         const ColumnPlace& before = fit.places[i - 1];
-        if (before.barLeft > 0) continue;
-        const float x = std::floor((before.right + fit.places[i].left) / 2);
+        const float end = std::max(before.right, before.barRight);
+        const float x = std::floor((end + fit.places[i].left) / 2);
         p.canvas.fillRect({x, row.top, x + 1, row.bottom}, line);
     }
 }

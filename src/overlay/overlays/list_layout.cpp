@@ -154,12 +154,13 @@ ColumnFit fitColumns(const ListView& view, float left, float right, float textSc
     float x = left;
     for (const Want& want : wants) {
         if (&want != &wants.front()) x += want.gap * still + between;
-        ColumnPlace place{want.index, want.column, x, 0, 0};
+        ColumnPlace place{.index = want.index, .column = want.column, .left = x};
         x += want.width * scale + (&want == name ? spare : 0.0f);
         place.right = std::round(x);
         if (want.bar > 0) {
             place.barLeft = std::round(x + 8 * still);
             x += want.bar * still;
+            place.barRight = std::round(x);
         }
         place.left = std::round(place.left);
         fit.places.push_back(place);

@@ -29,7 +29,7 @@ struct ColumnPlace {
     size_t index = 0; // into the view's columns
     int column = 0;
     float left = 0, right = 0;
-    float barLeft = 0; // of the interval column: its bar runs from here; 0 without
+    float barLeft = 0, barRight = 0; // of the interval column's bar; equal without one
 };
 struct ColumnFit {
     std::vector<ColumnPlace> places;

@@ -22,6 +22,10 @@ RectF middle(RectF r, float height) {
     return {r.left, top, r.right, top + h};
 }
 
+Color mix(Color a, Color b, float part) {
+    return {a.r + (b.r - a.r) * part, a.g + (b.g - a.g) * part, a.b + (b.b - a.b) * part, a.a};
+}
+
 struct CellBrush {
     ListPainter& painter;
     const ListView& view;
@@ -36,19 +40,29 @@ struct CellBrush {
         return style;
     }
 
+    bool solid() const { return row.player && look.solidPlayer; }
+
     void text(const CellContent& cell) {
         const bool plain = cell.colour == view.colours.text;
-        const Color colour = row.player && plain ? look.playerText : cell.colour;
-        painter.text(place, cell.text, styleOf(cell), colour, cell.align);
+        const bool own = row.player && (plain || look.solidPlayer);
+        painter.text(place, cell.text, styleOf(cell), own ? look.playerText : cell.colour,
+                     cell.align);
     }
 
     void pill(const CellContent& cell, bool faint) {
         TextStyle style = styleOf(cell);
         style.size *= 0.92f;
         const float height = std::min(style.size * 1.62f, place.height() - 4);
-        Color fill = cell.fill;
-        if (faint) fill = fade(fill, 0.2f);
-        painter.pill(middle(place, height), cell.text, style, cell.colour, fill, look.pillRadius);
+        const RectF box = middle(place, height);
+        if (!faint) {
+            painter.pill(box, cell.text, style, cell.colour, cell.fill, look.pillRadius);
+            return;
+        }
+        // Tinted glass over a dark ground of its own, so that red reads on the player's red row.
+        painter.canvas.fillRoundedRect(box, std::min(look.pillRadius, box.height() / 2),
+                                       painter.ink({0.04f, 0.05f, 0.07f, 0.55f}));
+        painter.pill(box, cell.text, style, mix(cell.colour, {1, 1, 1}, 0.35f),
+                     fade(cell.fill, 0.26f), look.pillRadius);
     }
 
     void dot(const CellContent& cell) {
@@ -81,22 +95,39 @@ struct CellBrush {
         painter.canvas.fillRect({place.right - w, y - 1, place.right, y + 1},
                                 painter.ink(row.player ? look.playerText : cell.colour));
     }
+
+    void bar(const CellContent& cell, const ColumnPlace& at) {
+        const RectF box{at.barLeft, place.top, at.barRight, place.bottom};
+        if (cell.bar >= 0) painter.gapBar(box, cell.bar, cell.colour, false);
+    }
 };
 
 void drawPosition(CellBrush& brush, const CellContent& cell) {
     ListPainter& p = brush.painter;
     const ListColours& c = brush.view.colours;
+    const RectF place = brush.place;
+    const TextStyle style = brush.styleOf(cell);
+    const float textEnd = place.left + std::min(p.width(style, cell.text), place.width());
+    float dotX = textEnd + 4;
     if (brush.row.player && brush.look.diamond) {
-        p.diamond(brush.place, cell.text, scaled(brush.styleOf(cell), 0.94f), c.onAccent, c.accent);
+        // Around the place where the other rows have their text.
+        const float reach = std::min(place.height() / 2 - 1, place.width() / 2 + 2);
+        const float x = std::max((place.left + textEnd) / 2, place.left + reach - 5);
+        const bool solid = brush.solid();
+        p.diamond({x - reach - 2, place.top, x + reach + 2, place.bottom}, cell.text,
+                  scaled(style, 0.94f), solid ? c.accent : c.onAccent,
+                  solid ? c.onAccent : c.accent);
+        dotX = x + reach * 0.8f;
     } else if (cell.form == CellForm::pill) {
         brush.pill(cell, false);
+        dotX = place.right;
     } else {
         brush.text(cell);
     }
     if (!cell.talking) return;
-    const float r = std::clamp(brush.figures.size * 0.2f, 2.0f, 4.0f);
-    p.canvas.fillEllipse({brush.place.right - r, brush.place.top + r + 3}, r, r,
-                         p.ink({0.3f, 0.9f, 0.45f}));
+    const float r = std::clamp(brush.figures.size * 0.22f, 2.0f, 5.0f);
+    p.canvas.fillEllipse({dotX, place.centerY() - brush.figures.size * 0.4f}, r, r,
+                         p.ink({0.3f, 0.92f, 0.45f}));
 }
 
 void drawCell(CellBrush& brush, int column, const CellContent& cell) {
@@ -182,6 +213,7 @@ void drawCells(ListPainter& p, const ListView& view, const ListRow& row, RectF r
         const CellContent& cell = view.cell(row, at.index);
         CellBrush brush{p, view, row, look, scaled(look.figures, fit.textScale), place};
         drawCell(brush, at.column, cell);
+        brush.bar(cell, at);
     }
 }
 
@@ -218,10 +250,14 @@ void drawPiece(ListPainter& p, const HeadPiece& piece, RectF box, TextStyle styl
 
 void drawHeadLine(ListPainter& p, RectF rect, const TextStyle& style,
                   std::initializer_list<HeadPiece> left, std::initializer_list<HeadPiece> right,
-                  std::string_view separator, Color separatorColour) {
-    const float gap = std::round(style.size * 1.1f);
+                  Color dotColour) {
+    const float gap = std::round(style.size * 1.1f), apart = std::round(style.size * 0.6f);
+    const float dot = std::max(std::round(style.size * 0.12f), 1.0f);
+    float wanted = 0;
+    for (const HeadPiece& piece : left)
+        wanted += std::ceil(pieceWidth(p, piece, style)) + 2 * apart + 2 * dot;
+    const float keep = rect.left + std::min(wanted, rect.width() * 0.6f);
     float end = rect.right;
-    const float keep = rect.left + rect.width() * 0.42f; // the left half's at least
     // Right to left, so that the outermost stays longest.
     for (auto piece = std::rbegin(right); piece != std::rend(right); ++piece) {
         const float width = std::ceil(pieceWidth(p, *piece, style));
@@ -235,11 +271,10 @@ void drawHeadLine(ListPainter& p, RectF rect, const TextStyle& style,
         const float width = std::ceil(pieceWidth(p, piece, style));
         if (width <= 0) continue;
         if (!first) {
-            const float apart = p.width(style, separator);
-            if (x + apart + style.size * 2 > end) return;
-            p.text({x, rect.top, x + apart + 1, rect.bottom}, separator, style, separatorColour,
-                   TextAlign::center);
-            x += std::ceil(apart);
+            const float next = x + 2 * apart + 2 * dot;
+            if (next + style.size * 2 > end) return;
+            p.canvas.fillEllipse({x + apart + dot, rect.centerY()}, dot, dot, p.ink(dotColour));
+            x = next;
         }
         drawPiece(p, piece, {x, rect.top, std::min(x + width + 1, end), rect.bottom}, style);
         x += width;
@@ -258,14 +293,14 @@ void drawStandardHead(ListPainter& p, const ListView& view, RectF rect, const Te
                   {head.strength, c.dim},
                   {head.time, c.dim},
                   {head.flag, textOn(head.flagColour), true, head.flagColour}},
-                 "  ·  ", fade(c.dim, 0.7f));
+                 fade(c.dim, 0.7f));
 }
 
 void drawClassLabel(ListPainter& p, const ListView& view, const ListBlock& block, RectF rect,
                     const TextStyle& style) {
     const ListColours& c = view.colours;
     drawHeadLine(p, rect, style, {{block.name, block.colour, true}, {block.detail, c.dim}},
-                 {{block.strength, c.dim}}, "  ·  ", fade(c.dim, 0.7f));
+                 {{block.strength, c.dim}}, fade(c.dim, 0.7f));
 }
 
 void drawList(ListPainter& painter, const ListPicture& picture) {

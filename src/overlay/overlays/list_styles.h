@@ -38,6 +38,7 @@ struct CellLook {
     bool youTag = true;         // "YOU" in front of the player's name
     bool emphasisPlayer = true; // the player's texts are bold
     Color playerText{1, 1, 1};
+    bool solidPlayer = false; // the player's row is filled with the accent: one ink for all of it
 };
 
 /// The largest text scale that a row of that height carries, at most the one asked for.
@@ -55,11 +56,11 @@ struct HeadPiece {
     bool bold = false;
     Color fill{0, 0, 0, 0}; // above 0: on a pill
 };
-/// `left` from the left, cut where it meets `right`; pieces of `right` that do not fit are left
-/// out, the last first.
+/// `left` from the left with dots between, cut where it meets `right`; pieces of `right` that do
+/// not fit are left out, the innermost first.
 void drawHeadLine(ListPainter& painter, RectF rect, const TextStyle& style,
                   std::initializer_list<HeadPiece> left, std::initializer_list<HeadPiece> right,
-                  std::string_view separator, Color separatorColour);
+                  Color dotColour);
 /// The usual pieces: title, class and place on the left; strength, time and flag on the right.
 void drawStandardHead(ListPainter& painter, const ListView& view, RectF rect,
                       const TextStyle& style);
