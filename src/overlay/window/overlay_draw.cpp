@@ -125,7 +125,7 @@ void drawHandles(OverlayWindow& overlay, Canvas& canvas, RectF client, Color acc
     const float length = std::min(12.0f, 0.3f * std::min(client.width(), client.height()));
     const Brush* brush = overlay.brush(accent);
     for (const float part : {1.0f, 0.35f}) {
-        const float off = part == 1.0f ? 5.0f : 5.0f + 0.35f * length;
+        const float off = part == 1.0f ? 6.0f : 6.0f + 0.35f * length;
         const float x = client.right - off, y = client.bottom - off, arm = length * part;
         canvas.drawLine({x, y}, {x - arm, y}, brush, 2, &round);
         canvas.drawLine({x, y}, {x, y - arm}, brush, 2, &round);
