@@ -196,7 +196,6 @@ void fillTick(Driver& d) {
 void startHotkeys(Driver& d) {
     d.hotkeys.host = &d.host;
     d.hotkeys.toggleDemo = [&d] { toggleDemo(d); };
-    setHotkeyHandler([&d](int id) { handleHotkey(d.hotkeys, id); });
     registerOverlayHotkeys(d.hotkeys);
 }
 
@@ -256,6 +255,7 @@ void stop(Driver& d) {
     for (auto& overlay : d.overlays)
         if (overlay) destroyOverlay(*overlay);
     removeDeviceClient(&d.panel);
+    removeDeviceClient(&d.host);
     destroyHostWindow(d.panel);
     d.overlays.clear();
     loopSetBeforeMessage(nullptr);
