@@ -46,9 +46,12 @@ bool savePanels(const AppConfig& config, const std::string& folder) {
     }
     json root = {{"configVersion", config.panelsVersion}};
     root["panels"] = std::move(panels);
-    const std::string path = panelsPath(folder);
+    const std::string path = panelsPath(folder), text = dumpJson(root);
+    // Most saves are of a switch or a slider: then a second wait for the disk is spared.
+    std::string present;
+    if (readFile(path, present) && present == text) return true;
     json old;
-    return keepDamaged(path, readJsonFile(path, old)) && writeFileAtomic(path, dumpJson(root));
+    return keepDamaged(path, readJsonFile(path, old)) && writeFileAtomic(path, text);
 }
 
 bool saveOverlays(const AppConfig& config, const std::string& folder) {
