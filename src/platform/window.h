@@ -28,14 +28,15 @@ enum class EventKind {
     close,
     mouseDown,
     mouseUp,
-    mouseDouble,
+    mouseDouble, // in place of the second mouseDown, which follows when this is not handled;
+                 // overlays get every press as mouseDown
     mouseMove,
     mouseLeave,
     mouseWheel,
     captureLost,
     keyDown,
     keyUp,
-    character, // `key` is the code point
+    character, // `key` is the code point, never a control character
     focusGained,
     focusLost,
     dpiChanged,     // `rect` is the suggested rectangle, `value` the new dpi

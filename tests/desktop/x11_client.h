@@ -62,6 +62,17 @@ public:
         return clicks_;
     }
 
+    void sendWheel(xcb_window_t target, int times) {
+        xcb_button_press_event_t event{};
+        event.response_type = XCB_BUTTON_PRESS;
+        event.detail = 4;
+        event.root = screen_->root;
+        event.event = target;
+        for (int i = 0; i < times; ++i)
+            xcb_send_event(connection_, 0, target, 0, reinterpret_cast<const char*>(&event));
+        sync();
+    }
+
     void ownClipboard() {
         xcb_set_selection_owner(connection_, window_, atom("CLIPBOARD"), XCB_CURRENT_TIME);
         sync();

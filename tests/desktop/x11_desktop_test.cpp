@@ -128,6 +128,62 @@ TEST_F(X11Test, ThePanelGetsKeysCharactersAndTheWheel) {
     EXPECT_NE(run("LC_ALL=C.UTF-8 " + name).find("VT Ünïcode"), std::string::npos) << run(name);
 }
 
+TEST_F(X11Test, RaisingTheHiddenPanelBringsItToTheFront) {
+    VT_OPEN(true);
+    SeenEvents seen;
+    const WindowId panel = make(WindowKind::panel, {100, 100, 400, 300}, "VT Panel", &seen);
+    ASSERT_TRUE(pumpUntil([&] { return seen.count(EventKind::focusGained) > 0; }));
+    showWindow(panel, false);
+    ForeignWindow other({50, 50, 600, 500}, 0x808080, false);
+    pumpFor(200);
+    showWindow(panel, true);
+    raiseWindow(panel);
+    EXPECT_TRUE(
+        pumpUntil([] { return run("xdotool getactivewindow getwindowname") == "VT Panel"; }));
+    EXPECT_EQ(windowRect(panel), (RectI{100, 100, 400, 300}));
+    const std::string before = run("xdotool getactivewindow");
+    make(WindowKind::mirror, {300, 300, 400, 400}, "VT Mirror");
+    pumpFor(200);
+    EXPECT_NE(windowsNamed("VT Mirror"), "");
+    EXPECT_EQ(run("xdotool getactivewindow"), before) << "a mirror shows without the focus";
+}
+
+TEST_F(X11Test, AFloodOfEventsLeavesRoomForMessages) {
+    VT_OPEN(false);
+    SeenEvents seen;
+    int ticks = 0;
+    WindowSpec spec;
+    spec.kind = WindowKind::overlay;
+    spec.rect = {100, 100, 200, 200};
+    spec.title = "VT Flood";
+    spec.visible = true;
+    int notches = 0;
+    const WindowId window = createWindow(spec, [&](const WindowEvent& event) {
+        if (event.kind == EventKind::user) ++ticks;
+        if (event.kind == EventKind::mouseWheel) ++notches;
+        return true;
+    });
+    const std::string handle = windowsNamed("VT Flood");
+    ASSERT_NE(handle, "");
+    std::atomic<bool> stop{false};
+    std::thread flood([&] {
+        ForeignWindow sender({0, 0, 10, 10}, 0, true);
+        while (!stop)
+            sender.sendWheel(static_cast<uint32_t>(std::stoul(handle)), 200);
+    });
+    std::thread ticker([&] {
+        for (int i = 0; i < 50; ++i) {
+            postToWindow(window, 1, i);
+            usleep(10'000);
+        }
+    });
+    EXPECT_TRUE(pumpUntil([&] { return ticks == 50; }, 3000));
+    stop = true;
+    flood.join();
+    ticker.join();
+    EXPECT_GT(notches, 1000);
+}
+
 TEST_F(X11Test, ClosingAsksTheHandler) {
     VT_OPEN(true);
     SeenEvents seen;

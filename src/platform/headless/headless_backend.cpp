@@ -6,6 +6,7 @@
 namespace vt {
 
 HeadlessDesktop headlessDesktop;
+std::atomic<int> headlessDpiOfSystem{96};
 
 HeadlessWindow& headlessPart(WindowRecord& window) {
     return *static_cast<HeadlessWindow*>(window.native.get());
@@ -46,6 +47,7 @@ bool takesFocus(const WindowRecord& window) {
 
 bool start() {
     headlessDesktop = {};
+    headlessDpiOfSystem = 96;
     return true;
 }
 
@@ -143,7 +145,7 @@ std::vector<Monitor> monitors() {
 }
 
 int dpi() {
-    return static_cast<int>(headlessDesktop.monitors.front().dpi);
+    return headlessDpiOfSystem;
 }
 
 PointI pointer() {

@@ -82,6 +82,7 @@ uint8_t toByte(float v) {
 void headlessSetMonitors(const std::vector<Monitor>& monitors) {
     if (monitors.empty()) return;
     headlessDesktop.monitors = monitors;
+    headlessDpiOfSystem = static_cast<int>(listMonitors().front().dpi);
     monitorsChanged();
 }
 

@@ -3,6 +3,7 @@
 #include "platform/headless/headless.h"
 #include "platform/shared/backend.h"
 
+#include <atomic>
 #include <set>
 #include <utility>
 
@@ -28,6 +29,7 @@ struct HeadlessDesktop {
 };
 
 extern HeadlessDesktop headlessDesktop;
+extern std::atomic<int> headlessDpiOfSystem; // of the primary monitor; any thread reads it
 
 HeadlessWindow& headlessPart(WindowRecord& window);
 /// Puts the window on top of its band: those that stay above others, and the rest.

@@ -1,13 +1,14 @@
 #include "base/log.h"
 #include "platform/shared/backend.h"
 
+#include <atomic>
 #include <cstdlib>
 
 namespace vt {
 
 namespace {
 
-const Backend* chosen = nullptr;
+std::atomic<const Backend*> chosen{nullptr}; // the main thread writes, any reads
 
 bool startBackend(const Backend& candidate) {
     loopReset();
@@ -23,7 +24,7 @@ const Backend* backend() {
 }
 
 bool platformStart(PlatformKind kind) {
-    if (chosen) return kind == PlatformKind::automatic || kind == chosen->kind;
+    if (chosen) return kind == PlatformKind::automatic || kind == backend()->kind;
     if (kind == PlatformKind::x11) return startBackend(x11Backend);
     if (kind == PlatformKind::automatic) {
         const char* display = std::getenv("DISPLAY");
@@ -37,13 +38,13 @@ void platformStop() {
     if (!chosen) return;
     destroyAllWindows();
     forgetHotkeys();
-    chosen->stop();
+    backend()->stop();
     chosen = nullptr;
     loopReset();
 }
 
 PlatformKind platformKind() {
-    return chosen ? chosen->kind : PlatformKind::headless;
+    return chosen ? backend()->kind : PlatformKind::headless;
 }
 
 } // namespace vt

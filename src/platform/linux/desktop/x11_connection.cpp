@@ -156,6 +156,7 @@ bool x11Start() {
         x11.connection = nullptr;
         return false;
     }
+    x11.asking = xcb_connect(nullptr, nullptr);
     x11.screen = findScreen(x11.screenNumber);
     loadAtoms();
     loadExtensions();
@@ -175,6 +176,7 @@ void x11Stop() {
     x11.events.clear();
     if (x11.cursorContext) xcb_cursor_context_free(x11.cursorContext);
     if (x11.keySymbols) xcb_key_symbols_free(x11.keySymbols);
+    if (x11.asking) xcb_disconnect(x11.asking);
     if (x11.connection) xcb_disconnect(x11.connection);
     const uint32_t generation = x11.generation;
     x11 = X11{};
@@ -189,6 +191,14 @@ bool x11Alive() {
     logStatus("[platform] the display server went away\n");
     raiseDeviceLost();
     return false;
+}
+
+xcb_connection_t* x11Asking() {
+    xcb_flush(x11.connection);
+    // It selects no events, but some come to everybody.
+    while (const XEvent event{xcb_poll_for_event(x11.asking)})
+        ;
+    return xcb_connection_has_error(x11.asking) ? x11.connection : x11.asking;
 }
 
 std::vector<uint32_t> x11Words(xcb_window_t window, xcb_atom_t property, xcb_atom_t type) {

@@ -138,16 +138,17 @@ uint32_t x11Modifiers(uint16_t state) {
 
 bool x11KeyDown(uint32_t virtualKey) {
     if (!x11Alive()) return false;
+    xcb_connection_t* c = x11Asking();
     if (virtualKey == 1 || virtualKey == 2 || virtualKey == 4) { // left, right, middle button
-        const Reply<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
-            x11.connection, xcb_query_pointer(x11.connection, x11.screen->root), nullptr));
+        const Reply<xcb_query_pointer_reply_t> pointer(
+            xcb_query_pointer_reply(c, xcb_query_pointer(c, x11.screen->root), nullptr));
         const uint16_t mask = virtualKey == 1   ? XCB_BUTTON_MASK_1
                               : virtualKey == 2 ? XCB_BUTTON_MASK_3
                                                 : XCB_BUTTON_MASK_2;
         return pointer && (pointer->mask & mask);
     }
     const Reply<xcb_query_keymap_reply_t> keys(
-        xcb_query_keymap_reply(x11.connection, xcb_query_keymap(x11.connection), nullptr));
+        xcb_query_keymap_reply(c, xcb_query_keymap(c), nullptr));
     if (!keys) return false;
     for (int code = 8; code < 256; ++code) {
         if (!(keys->keys[code / 8] & (1 << (code % 8)))) continue;

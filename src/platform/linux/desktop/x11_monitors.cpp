@@ -93,8 +93,9 @@ int x11SystemDpi() {
 
 PointI x11CursorPosition() {
     if (!x11Alive()) return {};
-    const Reply<xcb_query_pointer_reply_t> pointer(xcb_query_pointer_reply(
-        x11.connection, xcb_query_pointer(x11.connection, x11.screen->root), nullptr));
+    xcb_connection_t* c = x11Asking();
+    const Reply<xcb_query_pointer_reply_t> pointer(
+        xcb_query_pointer_reply(c, xcb_query_pointer(c, x11.screen->root), nullptr));
     return pointer ? PointI{pointer->root_x, pointer->root_y} : PointI{};
 }
 

@@ -46,7 +46,7 @@ WindowRef ownTopmost(xcb_window_t handle) {
 
 /// Foreign windows that cover a part of ours.
 std::vector<xcb_window_t> windowsAbove() {
-    xcb_connection_t* c = x11.connection;
+    xcb_connection_t* c = x11Asking();
     const Reply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(c, xcb_query_tree(c, x11.screen->root), nullptr));
     if (!tree) return {};
@@ -85,11 +85,12 @@ std::vector<xcb_window_t> windowsAbove() {
 }
 
 void restack() {
+    xcb_connection_t* c = x11Asking(); // so that the next question sees the new order
     const uint32_t above = XCB_STACK_MODE_ABOVE;
     for (const WindowId id : stack.order)
         if (const WindowRef window = findWindow(id))
-            xcb_configure_window(x11.connection, x11Part(*window).handle,
-                                 XCB_CONFIG_WINDOW_STACK_MODE, &above);
+            xcb_configure_window(c, x11Part(*window).handle, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    xcb_flush(c);
 }
 
 void look() {

@@ -67,6 +67,7 @@ struct KeyRelease {
 
 struct X11 {
     xcb_connection_t* connection = nullptr;
+    xcb_connection_t* asking = nullptr; // see `x11Asking`
     xcb_screen_t* screen = nullptr;
     uint32_t generation = 0; // of connections, so that leftovers know theirs is gone
     int screenNumber = 0;
@@ -110,6 +111,9 @@ bool x11Start();
 void x11Stop();
 /// Marks the connection as gone when it is. True while it can be used.
 bool x11Alive();
+/// A second connection for questions that come up at any time. On the first one an answer waits
+/// behind all events before it, so that a flood of them would hold up the loop.
+xcb_connection_t* x11Asking();
 /// Property of a window as 32-bit words or bytes; empty when absent.
 std::vector<uint32_t> x11Words(xcb_window_t window, xcb_atom_t property, xcb_atom_t type);
 std::string x11Bytes(xcb_window_t window, xcb_atom_t property, uint32_t limit = 1u << 20);

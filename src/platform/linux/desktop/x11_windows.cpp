@@ -95,11 +95,13 @@ void setProperties(const WindowRecord& window, xcb_window_t handle) {
 }
 
 void grabPointerFor(WindowRecord& window) {
-    xcb_grab_pointer(x11.connection, 0, x11Part(window).handle,
-                     XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
-                         XCB_EVENT_MASK_POINTER_MOTION,
-                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, x11Cursor(window.cursor),
-                     XCB_CURRENT_TIME);
+    const auto cookie = xcb_grab_pointer(
+        x11.connection, 0, x11Part(window).handle,
+        XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_POINTER_MOTION,
+        XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, x11Cursor(window.cursor),
+        XCB_CURRENT_TIME);
+    // A refusal changes nothing: while a button is down the server sends us the pointer anyway.
+    xcb_discard_reply(x11.connection, cookie.sequence);
 }
 
 void activate(WindowRecord& window) {
