@@ -1,6 +1,7 @@
 #include "platform/canvas.h"
 #include "platform/file.h"
 #include "platform/text.h"
+#include "support/picture_compare.h"
 
 #include <gtest/gtest.h>
 
@@ -146,6 +147,36 @@ TEST_F(Text, ClipsToTheBoxOnlyWhenAsked) {
     const TextLayoutRef t = layout("far wider than the box", 60, 40);
     EXPECT_GT(inkOf(*t, {20, 20}, 96, false).right, 90);
     EXPECT_LE(inkOf(*t, {20, 20}, 96, true).right, 80);
+}
+
+/// Plain text goes onto the pixels by a way of its own; inside a layer it takes the general one.
+TEST_F(Text, BothWaysOntoThePixelsAgree) {
+    const auto draw = [&](bool layer, RectF clip, Color color, float dpi) {
+        const BitmapRef bitmap = createBitmap(220, 120, dpi);
+        Canvas canvas;
+        canvas.begin(bitmap);
+        canvas.clear({0.2f, 0.4f, 0.1f, 0.7f});
+        canvas.pushClip(clip);
+        if (layer) canvas.pushLayer(nullptr);
+        const BrushRef brush = solidBrush(color);
+        for (int i = 0; i < 8; ++i) // also across the edges of the picture and of the clip
+            canvas.drawLayout(
+                *layout("Hamburg 1:47.302"),
+                {-20.3f + 17.3f * static_cast<float>(i), -9 + 14.6f * static_cast<float>(i)},
+                brush.get());
+        if (layer) canvas.popLayer();
+        canvas.popClip();
+        EXPECT_TRUE(canvas.end().ok());
+        return bitmap;
+    };
+    for (const RectF clip : {RectF{-10, -10, 500, 500}, RectF{20, 10, 90, 70},
+                             RectF{20.4f, 10.6f, 90.7f, 70.2f}, RectF{30, 30, 30, 60}})
+        for (const Color color : {Color{1, 1, 1, 1}, Color{1, 0.3f, 0.1f, 0.5f}})
+            for (const float dpi : {96.0f, 144.0f}) {
+                const BitmapRef fast = draw(false, clip, color, dpi);
+                EXPECT_TRUE(
+                    test::samePicture(*fast, *draw(true, clip, color, dpi), "ways", {3, 0}));
+            }
 }
 
 TEST_F(Text, JapaneseComesFromTheShippedFont) {

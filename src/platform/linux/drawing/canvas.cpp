@@ -11,7 +11,9 @@ struct Opened {
     bool layer = false;
     float opacity = 1;
     PathRef mask;
-    Matrix at; // the transform under which the layer was opened
+    Matrix at;                 // the transform under which the layer was opened
+    RectI freeOutside;         // what the clip left untouched before
+    bool exactOutside = false; // whether it cut whole pixels only
 };
 
 bool usable(RectF r) {
@@ -38,6 +40,32 @@ struct Canvas::State {
     Matrix matrix;
     std::vector<Opened> opened;
     std::vector<double> dashes;
+    DirectTarget direct;
+
+    void open(Opened&& entry) {
+        entry.freeOutside = direct.free;
+        entry.exactOutside = direct.exact;
+        opened.push_back(std::move(entry));
+    }
+
+    /// Narrows what may be written directly to the whole pixels inside of `rect`.
+    void narrow(RectF rect) {
+        const bool upright = matrix.xy == 0 && matrix.yx == 0 && matrix.xx > 0 && matrix.yy > 0;
+        if (!upright || !usable(rect)) {
+            direct.free = {};
+            direct.exact = false;
+            return;
+        }
+        const double left = (rect.left * matrix.xx + matrix.dx) * scale;
+        const double right = (rect.right * matrix.xx + matrix.dx) * scale;
+        const double top = (rect.top * matrix.yy + matrix.dy) * scale;
+        const double bottom = (rect.bottom * matrix.yy + matrix.dy) * scale;
+        const auto pixel = [](double v) { return static_cast<int>(std::clamp(v, -1e6, 1e6)); };
+        direct.free = intersect(direct.free, {pixel(std::ceil(left)), pixel(std::ceil(top)),
+                                              pixel(std::floor(right)), pixel(std::floor(bottom))});
+        const auto whole = [](double v) { return v == std::floor(v); };
+        direct.exact = direct.exact && whole(left) && whole(right) && whole(top) && whole(bottom);
+    }
 
     void applyMatrix() {
         cairo_matrix_t m;
@@ -106,6 +134,8 @@ struct Canvas::State {
         }
         cairo_restore(cr);
         applyMatrix();
+        direct.free = last.freeOutside;
+        direct.exact = last.exactOutside;
     }
 };
 
@@ -129,6 +159,8 @@ bool Canvas::begin(BitmapRef target) {
     state_->matrix = {};
     state_->opened.clear();
     state_->applyMatrix();
+    const Bitmap& bitmap = *state_->target;
+    state_->direct = {bitmap.surface, {0, 0, bitmap.width, bitmap.height}, true};
     return true;
 }
 
@@ -263,7 +295,8 @@ void Canvas::pushClip(RectF rect) {
     cairo_save(state_->cr);
     if (usable(rect)) cairo_rectangle(state_->cr, rect.left, rect.top, rect.width(), rect.height());
     cairo_clip(state_->cr); // an empty path cuts everything
-    state_->opened.emplace_back();
+    state_->open({});
+    state_->narrow(rect);
 }
 
 void Canvas::popClip() {
@@ -278,8 +311,10 @@ void Canvas::pushLayer(PathRef mask, float opacity) {
     // The clip acts once, when the layer is laid over the target; inside it would thin soft edges
     // a second time.
     cairo_reset_clip(state_->cr);
-    state_->opened.push_back(
-        {true, std::clamp(opacity, 0.0f, 1.0f), std::move(mask), state_->matrix});
+    state_->open(
+        {true, std::clamp(opacity, 0.0f, 1.0f), std::move(mask), state_->matrix, {}, false});
+    state_->direct.free = {}; // the layer has memory of its own
+    state_->direct.exact = false;
 }
 
 void Canvas::popLayer() {
@@ -342,7 +377,7 @@ void Canvas::drawBitmap(const Bitmap* bitmap, RectF destination, const RectF* so
 
 void Canvas::drawLayout(const TextLayout& layout, PointF origin, const Brush* brush, bool clip) {
     if (!active() || !brush || !usable(origin)) return;
-    drawLayoutOn(state_->cr, layout, origin, *brush, clip);
+    drawLayoutOn(state_->cr, state_->direct, layout, origin, *brush, clip);
 }
 
 } // namespace vt

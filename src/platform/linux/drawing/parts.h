@@ -49,8 +49,18 @@ void appendRoundedRect(cairo_t* cr, RectF rect, float radius);
 /// False when the brush has nothing to paint with.
 bool useBrush(cairo_t* cr, const Brush* brush);
 
+/// Where pixels may be written past Cairo: no layer is open, and of the clip the whole pixels are
+/// known.
+struct DirectTarget {
+    cairo_surface_t* surface = nullptr; // null = not at all
+    RectI free;                         // the pixels that the clip leaves untouched
+    bool exact = false; // the clip cuts no pixel in two: outside of `free` nothing shows
+};
+
 /// Draws with the context's present matrix.
-void drawLayoutOn(cairo_t* cr, const TextLayout& layout, PointF origin, const Brush& brush,
-                  bool clip);
+void drawLayoutOn(cairo_t* cr, const DirectTarget& direct, const TextLayout& layout, PointF origin,
+                  const Brush& brush, bool clip);
+/// False when it must go through the context.
+bool blitMask(const DirectTarget& target, cairo_surface_t* mask, int x, int y, const Brush& brush);
 
 } // namespace vt

@@ -224,7 +224,8 @@ const Mask* maskFor(Shape& shape, double scaleX, double scaleY, int phase, TextA
 
 /// Text of a plain scale: the kept coverage goes onto whole pixels, the baseline snapped to one.
 /// False when it must be drawn in another way.
-bool drawMask(cairo_t* cr, const cairo_matrix_t& m, const TextLayout& t, PointF baseline) {
+bool drawMask(cairo_t* cr, const DirectTarget& direct, const cairo_matrix_t& m, const TextLayout& t,
+              PointF baseline, const Brush& brush) {
     if (m.xy != 0 || m.yx != 0 || m.xx <= 0 || m.yy <= 0) return false;
     const double x = m.xx * baseline.x + m.x0;
     const double y = std::floor(m.yy * baseline.y + m.y0 + 0.5);
@@ -234,8 +235,11 @@ bool drawMask(cairo_t* cr, const cairo_matrix_t& m, const TextLayout& t, PointF 
     const int phase = static_cast<int>(steps - whole * kPhases);
     const Mask* mask = maskFor(*t.shape, m.xx, m.yy, phase, t.horizontal);
     if (!mask) return false;
+    const int left = static_cast<int>(whole) + mask->left, top = static_cast<int>(y) + mask->top;
+    if (blitMask(direct, mask->surface, left, top, brush)) return true;
+    if (!useBrush(cr, &brush)) return true;
     cairo_identity_matrix(cr);
-    cairo_mask_surface(cr, mask->surface, whole + mask->left, y + mask->top);
+    cairo_mask_surface(cr, mask->surface, left, top);
     cairo_set_matrix(cr, &m);
     return true;
 }
@@ -266,24 +270,26 @@ bool inkInsideBox(const TextLayout& t) {
 
 } // namespace
 
-void drawLayoutOn(cairo_t* cr, const TextLayout& layout, PointF origin, const Brush& brush,
-                  bool clip) {
+void drawLayoutOn(cairo_t* cr, const DirectTarget& direct, const TextLayout& layout, PointF origin,
+                  const Brush& brush, bool clip) {
     const Shape& shape = *layout.shape;
-    if (shape.inkBottom <= shape.inkTop) return;
+    if (shape.inkBottom <= shape.inkTop || (!brush.gradient && brush.a <= 0)) return;
     clip = clip && !inkInsideBox(layout);
     if (clip) {
         cairo_save(cr);
         cairo_rectangle(cr, origin.x, origin.y, layout.maxWidth, layout.maxHeight);
         cairo_clip(cr);
     }
-    if (useBrush(cr, &brush)) {
-        cairo_matrix_t m;
-        cairo_get_matrix(cr, &m);
-        const PointF baseline{origin.x + blockLeft(layout),
-                              origin.y + blockTop(layout) + shape.metrics.baseline};
+    cairo_matrix_t m;
+    cairo_get_matrix(cr, &m);
+    const PointF baseline{origin.x + blockLeft(layout),
+                          origin.y + blockTop(layout) + shape.metrics.baseline};
+    if (shape.colored ||
+        !drawMask(cr, clip ? DirectTarget{} : direct, m, layout, baseline, brush)) {
+        useBrush(cr, &brush);
         if (shape.colored)
             drawColored(cr, layout, baseline);
-        else if (!drawMask(cr, m, layout, baseline))
+        else
             drawOutlines(cr, m, layout, baseline);
     }
     if (clip) cairo_restore(cr);
