@@ -3,6 +3,7 @@
 #include "base/hash.h"
 #include "base/utf8.h"
 #include "platform/linux/drawing/fonts.h"
+#include "platform/linux/drawing/glyphs.h"
 
 #include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
@@ -232,6 +233,7 @@ ShapeRef shapeFor(const ShapeSpec& spec, std::string_view text) {
 
 void dropShapes() {
     shapes.clear();
+    dropGlyphs();
 }
 
 } // namespace vt

@@ -1,6 +1,7 @@
 #include "platform/text.h"
 
 #include "base/utf8.h"
+#include "platform/linux/drawing/glyphs.h"
 #include "platform/linux/drawing/parts.h"
 #include "platform/linux/drawing/shapes.h"
 
@@ -152,7 +153,7 @@ uint64_t textLayoutsMade() {
 
 namespace {
 
-constexpr double kPhases = 4; // steps between two pixels at which glyphs are drawn
+constexpr double kPhases = kGlyphPhases;
 constexpr double kMaxMaskPixels = 512 * 512;
 constexpr double kFarAway = 1e6; // pixels; nothing there can be seen
 
@@ -176,6 +177,18 @@ RectF inkOf(const Shape& shape, TextAlign align) {
     return ink;
 }
 
+bool fillOutlines(cairo_surface_t* surface, const Shape& shape, const Mask& wanted, double left,
+                  double top) {
+    cairo_t* cr = cairo_create(surface);
+    cairo_translate(cr, -left + wanted.phase / kPhases, -top);
+    cairo_scale(cr, wanted.scaleX, wanted.scaleY);
+    appendOutlines(cr, shape, wanted.align);
+    cairo_fill(cr);
+    const bool good = cairo_status(cr) == CAIRO_STATUS_SUCCESS;
+    cairo_destroy(cr);
+    return good;
+}
+
 const Mask* makeMask(Shape& shape, const Mask& wanted) {
     const RectF ink = inkOf(shape, wanted.align);
     const float first = shape.metrics.baseline;
@@ -187,14 +200,12 @@ const Mask* makeMask(Shape& shape, const Mask& wanted) {
     if (!(width > 0 && height > 0 && width * height <= kMaxMaskPixels)) return nullptr;
     cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_A8, static_cast<int>(width),
                                                           static_cast<int>(height));
-    cairo_t* cr = cairo_create(surface);
-    cairo_translate(cr, -left + wanted.phase / kPhases, -top);
-    cairo_scale(cr, wanted.scaleX, wanted.scaleY);
-    appendOutlines(cr, shape, wanted.align);
-    cairo_fill(cr);
-    const bool good = cairo_status(cr) == CAIRO_STATUS_SUCCESS;
-    cairo_destroy(cr);
-    if (!good) {
+    const bool fromGlyphs = shape.lines.size() == 1 &&
+                            cairo_surface_status(surface) == CAIRO_STATUS_SUCCESS &&
+                            addLineGlyphs(surface, shape.lines.front().line,
+                                          static_cast<int>(-left) * kGlyphPhases + wanted.phase,
+                                          static_cast<int>(-top), wanted.scaleX, wanted.scaleY);
+    if (!fromGlyphs && !fillOutlines(surface, shape, wanted, left, top)) {
         cairo_surface_destroy(surface);
         return nullptr;
     }
