@@ -1,11 +1,9 @@
 // Pictures of the two lists on the memory desktop. With VT_PICTURES=<folder> they are written there
 // to be looked at.
-#include "overlay/drawing/drawing.h"
 #include "overlay/overlays/overlay_catalogue.h"
 #include "overlay/overlays/relative_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
 #include "overlay/settings/settings_store.h"
-#include "platform/paths.h"
 #include "platform/picture_file.h"
 #include "support/race_frames.h"
 #include "telemetry/demo_feed.h"
@@ -23,13 +21,6 @@ const char* const kStyleNames[] = {"classic", "grid", "compact", "focus", "rows"
 
 class ListPictures : public testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        std::string fonts = shippedFolder("fonts");
-        if (fonts.empty()) fonts = std::string(VT_SOURCE_DIR) + "/fonts";
-        drawingInit(fonts);
-    }
-    static void TearDownTestSuite() { drawingShutdown(); }
-
     AppConfig config = defaultAppConfig(1920, 1080);
     Clock clock = manualClock();
     OverlayHost host{config, clock};
@@ -79,7 +70,46 @@ TEST_F(ListPictures, EveryStyleOnTheDemoRaceAndOnSixtyCars) {
     }
 }
 
+// What is drawn without the opacity that belongs to it would show here.
+TEST_F(ListPictures, OpacitiesReachEverything) {
+    plain();
+    config.relative.bgOpacity = config.relative.contentOpacity = 0;
+    config.standings.bgOpacity = config.standings.contentOpacity = 0;
+    const SimFrame frame = sixtyCarFrame(14);
+    for (int style = kListGrid; style < kListStyleCount; ++style) {
+        setStyle(style);
+        RelativeOverlay relative(host);
+        StandingsOverlay standings(host);
+        for (OverlayWindow* overlay :
+             {static_cast<OverlayWindow*>(&relative), static_cast<OverlayWindow*>(&standings)}) {
+            const BitmapRef picture = renderPreview(*overlay, 1, &frame);
+            ASSERT_TRUE(picture);
+            const PixelView pixels = bitmapPixels(*picture);
+            int drawn = 0;
+            for (int y = 0; y < pixels.height; ++y)
+                for (int x = 0; x < pixels.width * 4; ++x)
+                    drawn += pixels.data[y * pixels.stride + x] != 0;
+            EXPECT_EQ(drawn, 0) << kStyleNames[style] << " slot " << overlay->slot;
+        }
+    }
+}
+
+TEST_F(ListPictures, ARedrawLaysOutChangedTextsOnly) {
+    SimFrame frame = sixtyCarFrame();
+    StandingsOverlay standings(host);
+    for (int i = 0; i < 2; ++i)
+        ASSERT_TRUE(renderPreview(standings, 1, &frame));
+    const uint64_t before = textLayoutsMade();
+    ASSERT_TRUE(renderPreview(standings, 1, &frame));
+    EXPECT_EQ(textLayoutsMade(), before);
+    frame.cars[2].lastLapTime = 141.7f;
+    ASSERT_TRUE(renderPreview(standings, 1, &frame));
+    EXPECT_GT(textLayoutsMade(), before);
+    EXPECT_LE(textLayoutsMade(), before + 4) << "the time, and the delta to it";
+}
+
 TEST_F(ListPictures, DefaultsThemesStripsAndScales) {
+    if (!std::getenv("VT_PICTURES")) GTEST_SKIP() << "VT_PICTURES names no folder for pictures";
     const SimFrame race = demo(72);
     shootBoth(race, "default");
     shootBoth(sixtyCarFrame(14), "default_pinned");

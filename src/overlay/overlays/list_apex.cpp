@@ -69,6 +69,7 @@ void relativeHead(ListPainter& p, const ListView& view, RectF head, const TextSt
     drawHeadLine(p, {x, head.top, right, head.bottom}, style,
                  {{view.head.group, theme.text},
                   {view.head.place, view.colours.text, true},
+                  {view.head.overall, view.colours.text},
                   {view.head.strength, theme.textDim}},
                  {}, theme.textDim);
 }
@@ -97,10 +98,10 @@ void standingsHead(ListPainter& p, const ListView& view, RectF head, const TextS
     };
     rival(leader, "LEADER", h.leader, h.leaderGap);
     rival(ahead, "AHEAD", h.ahead, h.aheadGap);
-    drawHeadLine(p, {x, head.top, right, head.bottom}, style,
-                 {{h.group, theme.text}, {h.place, view.colours.text, true}},
-                 {{leader, theme.textDim}, {ahead, theme.text}, {h.time, theme.textDim}},
-                 theme.textDim);
+    drawHeadLine(
+        p, {x, head.top, right, head.bottom}, style,
+        {{h.group, theme.text}, {h.place, view.colours.text, true}, {h.overall, view.colours.text}},
+        {{leader, theme.textDim}, {ahead, theme.text}, {h.time, theme.textDim}}, theme.textDim);
 }
 
 void drawRowGround(ListPainter& p, const ListView& view, const ListRow& row, RectF rect, bool odd) {

@@ -54,6 +54,8 @@ struct CellBrush {
         style.size *= 0.92f;
         const float height = std::min(style.size * 1.62f, place.height() - 4);
         const RectF box = middle(place, height);
+        // A narrower face before a smaller size.
+        if (painter.width(style, cell.text) > box.width() - 6) style.face = Face::sans;
         if (!faint) {
             painter.pill(box, cell.text, style, cell.colour, cell.fill, look.pillRadius);
             return;
@@ -112,7 +114,7 @@ void drawPosition(CellBrush& brush, const CellContent& cell) {
     if (brush.row.player && brush.look.diamond) {
         // Around the place where the other rows have their text.
         const float reach = std::min(place.height() / 2 - 1, place.width() / 2 + 2);
-        const float x = std::max((place.left + textEnd) / 2, place.left + reach - 5);
+        const float x = std::max((place.left + textEnd) / 2, place.left + reach - 3);
         const bool solid = brush.solid();
         p.diamond({x - reach - 2, place.top, x + reach + 2, place.bottom}, cell.text,
                   scaled(style, 0.94f), solid ? c.accent : c.onAccent,
@@ -272,7 +274,7 @@ void drawHeadLine(ListPainter& p, RectF rect, const TextStyle& style,
         if (width <= 0) continue;
         if (!first) {
             const float next = x + 2 * apart + 2 * dot;
-            if (next + style.size * 2 > end) return;
+            if (next + width > end + 1) return;
             p.canvas.fillEllipse({x + apart + dot, rect.centerY()}, dot, dot, p.ink(dotColour));
             x = next;
         }
@@ -288,7 +290,10 @@ void drawStandardHead(ListPainter& p, const ListView& view, RectF rect, const Te
     const ListHead& head = view.head;
     const bool standings = view.kind == ListKind::standings;
     drawHeadLine(p, rect, style,
-                 {{head.title, c.text, true}, {head.group, c.dim}, {head.place, c.accent, true}},
+                 {{head.title, c.text, true},
+                  {head.group, c.dim},
+                  {head.place, c.accent, true},
+                  {head.overall, c.accent}},
                  {{standings ? std::string_view() : head.best, head.bestColour},
                   {head.strength, c.dim},
                   {head.time, c.dim},

@@ -146,11 +146,9 @@ void strengthText(char* out, size_t capacity, uint32_t strength) {
 void headPlace(ListHead& head, const CarRow& player, bool multiclass) {
     const int shown = shownPosition(player, multiclass);
     if (shown < 1) return;
-    const bool both = multiclass && player.classPosition > 0 && player.position > 0;
-    if (both)
-        formatText(head.place, sizeof head.place, "P%d  ·  P%d OVERALL", shown, player.position);
-    else
-        formatText(head.place, sizeof head.place, "P%d", shown);
+    formatText(head.place, sizeof head.place, "P%d", shown);
+    if (multiclass && player.classPosition > 0 && player.position > 0)
+        formatText(head.overall, sizeof head.overall, Translate("P%d OVERALL"), player.position);
 }
 
 // ---- the Relative ----

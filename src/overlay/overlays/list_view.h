@@ -38,7 +38,8 @@ struct ListBlock {
 /// What the line above the list says. Empty texts are left out.
 struct ListHead {
     char title[16] = "";
-    char place[48] = "";    // "P5 / 15", with the overall position behind a class position
+    char place[16] = "";    // "P5"
+    char overall[24] = "";  // "P19 OVERALL", behind a class position
     char group[48] = "";    // class and number of cars
     char strength[24] = ""; // "SOF 3.3k"
     char time[24] = "";     // "TIME 30:34"

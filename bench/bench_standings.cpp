@@ -1,0 +1,157 @@
+// Relative and Standings: a redraw in every look, an unchanged tick, and the race model beneath
+// them, on sixty cars in four classes.
+#include "overlay/drawing/drawing.h"
+#include "overlay/overlays/relative_overlay.h"
+#include "overlay/overlays/standings_overlay.h"
+#include "overlay/settings/settings_store.h"
+#include "platform/paths.h"
+#include "support/race_frames.h"
+
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+static std::atomic<uint64_t> allocations;
+
+void* operator new(size_t size) {
+    ++allocations;
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    std::abort();
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, size_t) noexcept {
+    std::free(p);
+}
+
+using namespace vt;
+
+namespace {
+
+constexpr const char* kStyles[] = {"Classic", "Grid", "Compact", "Focus", "Rows", "Apex"};
+
+struct Bench {
+    AppConfig config = defaultAppConfig(1920, 1080);
+    Clock clock;
+    OverlayHost host{config, clock};
+    SimFrame frames[2] = {test::sixtyCarFrame(), test::sixtyCarFrame()};
+    Bench() {
+        // The second frame differs as one tenth of a second later does: gaps and one lap time.
+        for (CarRow& car : frames[1].cars)
+            car.gapToPlayer += 0.1f;
+        frames[1].cars[4].lastLapTime += 0.3f;
+    }
+};
+
+/// Redraws into a bitmap that is kept, as a window's picture is. `changing` alternates two frames.
+template <class Overlay>
+void redraw(benchmark::State& state, bool changing) {
+    Bench bench;
+    const int style = static_cast<int>(state.range(0));
+    bench.config.relative.relStyle = bench.config.standings.stdStyle = style;
+    bench.config.standings.standingsRows = bench.config.standings.standingsRowsOther = 15;
+    bench.config.relative.rowsAhead = bench.config.relative.rowsBehind = 5;
+    for (OverlayConfig* o : {static_cast<OverlayConfig*>(&bench.config.relative),
+                             static_cast<OverlayConfig*>(&bench.config.standings)})
+        o->widthMul = o->heightMul = o->textScale = 1;
+    Overlay overlay(bench.host);
+    BitmapRef target;
+    for (int i = 0; i < 4; ++i)
+        target = renderPreview(overlay, 1, &bench.frames[i % 2], target);
+    const uint64_t layouts = textLayoutsMade();
+    uint64_t turn = 0;
+    for (auto _ : state)
+        target = renderPreview(overlay, 1, &bench.frames[changing ? turn++ % 2 : 0], target);
+    state.counters["layouts"] = benchmark::Counter(static_cast<double>(textLayoutsMade() - layouts),
+                                                   benchmark::Counter::kAvgIterations);
+    state.counters["pixels"] =
+        static_cast<double>(bitmapWidth(*target)) * static_cast<double>(bitmapHeight(*target));
+    state.SetLabel(kStyles[style]);
+}
+
+void standingsRedraw(benchmark::State& state) {
+    redraw<StandingsOverlay>(state, true);
+}
+void relativeRedraw(benchmark::State& state) {
+    redraw<RelativeOverlay>(state, true);
+}
+
+template <class Overlay>
+void unchangedHash(benchmark::State& state) {
+    Bench bench;
+    Overlay overlay(bench.host);
+    overlay.frame = &bench.frames[0];
+    overlay.prepareFrame(overlay.frame);
+    overlay.contentHash();
+    const uint64_t before = allocations;
+    for (auto _ : state) {
+        overlay.prepareFrame(overlay.frame);
+        benchmark::DoNotOptimize(overlay.contentHash());
+    }
+    state.counters["allocations"] = benchmark::Counter(static_cast<double>(allocations - before),
+                                                       benchmark::Counter::kAvgIterations);
+    overlay.frame = nullptr;
+}
+
+/// Sixty-four cars in eight classes.
+SimFrame fullField() {
+    SimFrame f = test::simpleRace(64, 20);
+    for (CarRow& row : f.cars) {
+        formatText(row.carClass, sizeof row.carClass, "CLASS%d", row.carIdx % 8);
+        row.classPosition = row.carIdx / 8 + 1;
+    }
+    return f;
+}
+
+void modelClasses(benchmark::State& state) {
+    const SimFrame f = fullField();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(standingsClasses(f, playerRow(f)));
+}
+void modelPalette(benchmark::State& state) {
+    const SimFrame f = fullField();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(buildClassPalette(f, playerRow(f)));
+}
+void modelRelativeRows(benchmark::State& state) {
+    const SimFrame f = fullField();
+    const CarRow* player = nullptr;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(relativeRows(&f, 5, 5, player));
+}
+void modelBests(benchmark::State& state) {
+    const SimFrame f = fullField();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(buildClassBests(f));
+}
+void modelRatingGains(benchmark::State& state) {
+    const SimFrame f = fullField();
+    for (auto _ : state) {
+        bool known = false;
+        for (const CarRow& row : f.cars)
+            benchmark::DoNotOptimize(ratingGainOf(f, row, known));
+    }
+}
+
+BENCHMARK(standingsRedraw)->DenseRange(0, 5)->Unit(benchmark::kMicrosecond);
+BENCHMARK(relativeRedraw)->DenseRange(0, 5)->Unit(benchmark::kMicrosecond);
+BENCHMARK(unchangedHash<RelativeOverlay>);
+BENCHMARK(unchangedHash<StandingsOverlay>);
+BENCHMARK(modelClasses);
+BENCHMARK(modelPalette);
+BENCHMARK(modelRelativeRows);
+BENCHMARK(modelBests);
+BENCHMARK(modelRatingGains);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    drawingInit(shippedFolder("fonts"));
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    drawingShutdown();
+    return 0;
+}
