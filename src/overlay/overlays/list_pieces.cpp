@@ -1,3 +1,4 @@
+#include "base/format.h"
 #include "overlay/overlays/list_styles.h"
 
 #include <algorithm>
@@ -288,13 +289,14 @@ void drawHeadLine(ListPainter& p, RectF rect, const TextStyle& style,
 void drawStandardHead(ListPainter& p, const ListView& view, RectF rect, const TextStyle& style) {
     const ListColours& c = view.colours;
     const ListHead& head = view.head;
-    const bool standings = view.kind == ListKind::standings;
+    char best[40] = "";
+    if (head.best[0] != '\0') formatText(best, sizeof best, "BEST %s", head.best);
     drawHeadLine(p, rect, style,
                  {{head.title, c.text, true},
                   {head.group, c.dim},
                   {head.place, c.accent, true},
                   {head.overall, c.accent}},
-                 {{standings ? std::string_view() : head.best, head.bestColour},
+                 {{best, head.bestColour},
                   {head.strength, c.dim},
                   {head.time, c.dim},
                   {head.flag, textOn(head.flagColour), true, head.flagColour}},
