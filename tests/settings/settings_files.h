@@ -19,9 +19,9 @@ using nlohmann::json;
 /// hundreds of times, and every save waits for the disk.
 struct SettingsFolder {
     std::string path;
-    SettingsFolder() {
+    explicit SettingsFolder(bool onDisk = false) {
         char memory[] = "/dev/shm/vt_settings_XXXXXX", disk[] = "/tmp/vt_settings_XXXXXX";
-        const char* made = mkdtemp(memory);
+        const char* made = onDisk ? nullptr : mkdtemp(memory);
         path = made ? made : mkdtemp(disk);
     }
     ~SettingsFolder() {
