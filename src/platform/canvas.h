@@ -100,7 +100,8 @@ public:
     PathBuilder& moveTo(float x, float y);
     PathBuilder& lineTo(float x, float y);
     PathBuilder& bezierTo(PointF control1, PointF control2, PointF to);
-    /// Circle segment around `center`, angles in radians clockwise from +x; draws a line to its
+    /// Circle segment around `center`, angles in radians clockwise from +x, backwards when `toAngle` is
+    /// the smaller one; draws a line to its
     /// start.
     PathBuilder& arc(PointF center, float radius, float fromAngle, float toAngle);
     PathBuilder& close();
@@ -175,6 +176,7 @@ public:
     void pushLayer(PathRef mask, float opacity = 1);
     void popLayer();
 
+    /// `source` is in the bitmap's own design units; null = all of it.
     void drawBitmap(const Bitmap* bitmap, RectF destination, const RectF* source = nullptr,
                     float opacity = 1, Sampling sampling = Sampling::linear);
     /// `origin` is the top left corner of the layout's box. `clip` cuts at the box.

@@ -28,14 +28,11 @@ float units(int pango) {
     return static_cast<float>(pango) / PANGO_SCALE;
 }
 
+PangoContext* context = nullptr; // over the present fonts
+
 PangoContext* sharedContext() {
-    static PangoContext* context = nullptr;
-    static PangoFontMap* madeFor = nullptr;
-    PangoFontMap* map = programFontMap();
-    if (context && madeFor == map) return context;
-    if (context) g_object_unref(context);
-    context = pango_font_map_create_context(map); // keeps the map alive, so that no later one can
-    madeFor = map;                                // come to lie at its address
+    if (context) return context;
+    context = pango_font_map_create_context(programFontMap());
     cairo_font_options_t* options = cairo_font_options_create();
     // Targets have alpha, so no colour fringes; unhinted widths, so that scaled text keeps its
     // proportions.
@@ -234,6 +231,8 @@ ShapeRef shapeFor(const ShapeSpec& spec, std::string_view text) {
 void dropShapes() {
     shapes.clear();
     dropGlyphs();
+    if (context) g_object_unref(context);
+    context = nullptr;
 }
 
 } // namespace vt
