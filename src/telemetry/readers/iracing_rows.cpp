@@ -54,7 +54,8 @@ void fillFromArrays(CarRow& row, const RowContext& at) {
     row.lap = s.elementInt(a.lap, car, -1);
     row.estTime = s.elementReal(a.estTime, car);
     row.gapToLeader = s.elementReal(a.f2Time, car);
-    row.lapDistPct = s.elementReal(a.lapDistPct, car);
+    // A place that cannot be read is no place: 0 would put the car on the line.
+    row.lapDistPct = s.elementReal(a.lapDistPct, car, a.lapDistPct ? -1.0f : 0.0f);
     row.trackSurface = s.elementInt(a.trackSurface, car);
     row.onPitRoad = s.elementInt(a.onPitRoad, car) != 0;
     row.tyreCompound = s.elementInt(a.tyreCompound, car, -1);
