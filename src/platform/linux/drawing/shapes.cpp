@@ -150,6 +150,10 @@ void setAttributes(PangoLayout* layout, const ShapeSpec& spec, std::string_view 
                      pango_attr_letter_spacing_new(
                          static_cast<int>(std::lround(spec.letterSpacing * PANGO_SCALE))),
                      0, text.size());
+    // Programmers' ligatures would join the dashes and signs of lap times, and looking for them
+    // takes most of the shaping.
+    if (spec.format->family == "JetBrains Mono")
+        addAttribute(list, pango_attr_font_features_new("calt=0"), 0, text.size());
     addJapaneseRuns(list, text);
     pango_layout_set_attributes(layout, list);
     pango_attr_list_unref(list);
