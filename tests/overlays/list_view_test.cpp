@@ -200,7 +200,7 @@ TEST(ListHash, EveryShownValueCounts) {
         {"name", [](SimFrame& f) { f.cars[59].driverName[1] = 'x'; }},
         {"class", [](SimFrame& f) { f.cars[5].carClass[0] = 'x'; }},
         {"number", [](SimFrame& f) { f.cars[5].carNumber[0] = '9'; }},
-        {"gap", [](SimFrame& f) { f.cars[5].gapToPlayer += 0.02f; }},
+        {"gap", [](SimFrame& f) { f.cars[5].gapToPlayer += 0.2f; }},
         {"leader gap", [](SimFrame& f) { f.cars[5].gapToLeader += 0.2f; }},
         {"last lap", [](SimFrame& f) { f.cars[5].lastLapTime += 0.2f; }},
         {"best lap", [](SimFrame& f) { f.cars[5].bestLapTime -= 0.2f; }},

@@ -77,11 +77,11 @@ void drawFocusList(ListPainter& p, const ListPicture& picture) {
         if (isPlayerPlace(view, row))
             drawAnchor(p, view, row, rect);
         else
-            p.canvas.fillRoundedRect({rect.left + 6, rect.top, rect.right - 6, rect.bottom}, 5,
-                                     p.ink({1, 1, 1, row.blank ? 0.02f : 0.045f}));
+            p.canvas.fillRect({rect.left + 6, rect.top, rect.right - 6, rect.bottom},
+                              p.ink({1, 1, 1, row.blank ? 0.02f : 0.045f}));
         if (view.classSpine && !row.blank && !row.player)
-            p.canvas.fillRoundedRect({all.left + 8, rect.top + 6, all.left + 11, rect.bottom - 6},
-                                     1.5f, p.ink(row.classColour));
+            p.roundedRect({all.left + 8, rect.top + 6, all.left + 11, rect.bottom - 6}, 1.5f,
+                          row.classColour, p.content);
         drawCells(p, view, row, rect, fit, look);
     }
     p.content = full;

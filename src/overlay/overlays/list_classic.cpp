@@ -14,11 +14,11 @@ void drawRow(ListPainter& p, const ListView& view, const ListRow& row, RectF rec
     const RectF body{rect.left + 4, rect.top, rect.right - 4, rect.bottom};
     const ListColours& c = view.colours;
     if (isPlayerPlace(view, row)) {
-        p.canvas.fillRoundedRect(body, 4, p.ink(fade(c.accent, row.blank ? 0.08f : 0.2f)));
+        p.roundedRect(body, 4, fade(c.accent, row.blank ? 0.08f : 0.2f), p.content);
     } else if (view.classTint && !row.blank) {
-        p.canvas.fillRoundedRect(body, 4, p.ink(fade(row.classColour, 0.16f)));
+        p.roundedRect(body, 4, fade(row.classColour, 0.16f), p.content);
     } else if (odd) {
-        p.canvas.fillRoundedRect(body, 4, p.ink({1, 1, 1, 0.035f}));
+        p.canvas.fillRect(body, p.ink({1, 1, 1, 0.035f})); // too faint for corners to show
     }
     if (view.classSpine && !row.blank)
         p.canvas.fillRect({body.left, rect.top + 3, body.left + 3, rect.bottom - 3},

@@ -11,13 +11,13 @@ namespace {
 constexpr float kMargin = 14;
 
 /// Between two columns, in the middle of their gap.
-void drawSeparators(ListPainter& p, RectF row, const ColumnFit& fit) {
+void drawSeparators(ListPainter& p, RectF rows, const ColumnFit& fit) {
     const Brush* line = p.ink({1, 1, 1, 0.07f});
     for (size_t i = 1; i < fit.places.size(); ++i) {
         const ColumnPlace& before = fit.places[i - 1];
         const float end = std::max(before.right, before.barRight);
         const float x = std::floor((end + fit.places[i].left) / 2);
-        p.canvas.fillRect({x, row.top, x + 1, row.bottom}, line);
+        p.canvas.fillRect({x, rows.top, x + 1, rows.bottom}, line);
     }
 }
 
@@ -74,9 +74,13 @@ void drawGridList(ListPainter& p, const ListPicture& picture) {
                 p, view, block, label,
                 {Face::mono, std::min(11 * picture.textScale, label.height() * 0.55f), 500});
         }
-        for (size_t i = block.firstRow; i < block.firstRow + block.rowCount; ++i) {
+        const size_t end = block.firstRow + block.rowCount;
+        for (size_t i = block.firstRow; i < end; ++i)
             drawRow(p, view, view.rows[i], flow.rows[i]);
-            drawSeparators(p, flow.rows[i], fit);
+        if (block.rowCount > 0)
+            drawSeparators(
+                p, {left, flow.rows[block.firstRow].top, right, flow.rows[end - 1].bottom}, fit);
+        for (size_t i = block.firstRow; i < end; ++i) {
             drawCells(p, view, view.rows[i], flow.rows[i], fit, look);
         }
     }

@@ -5,7 +5,9 @@
 #include "race/race_text.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 
 namespace vt {
 
@@ -46,7 +48,8 @@ void ListOverlay::draw(Canvas& target, RectF rect) {
     getCommon(common);
     const float textScale =
         std::isfinite(common.textScale) ? std::clamp(common.textScale, 0.5f, 3.0f) : 1.0f;
-    ListPainter painter{target, *this, shelf_, contentOpacity(), bgOpacity()};
+    stamps_.begin(previewMode ? 0.0f : dpiScale); // a preview may have any scale
+    ListPainter painter{target, *this, shelf_, stamps_, contentOpacity(), bgOpacity()};
     const ListPicture list{view_, rect, naturalHeight, textScale,
                            colourFromRgb(config.overlayBgColor)};
     target.pushClip(rect);
@@ -58,10 +61,12 @@ void ListOverlay::draw(Canvas& target, RectF rect) {
 void ListOverlay::discardDeviceResources() {
     OverlayWindow::discardDeviceResources();
     shelf_.clear();
+    stamps_.clear();
 }
 
 bool ListOverlay::rebuildDeviceResources() {
     shelf_.clear();
+    stamps_.clear();
     return OverlayWindow::rebuildDeviceResources();
 }
 
@@ -69,33 +74,76 @@ bool ListOverlay::rebuildDeviceResources() {
 
 namespace {
 
-void hashCar(Fnv64& hash, const CarRow& car, const PitLapTable& pits) {
-    hash.number(car.carIdx);
-    hash.word(static_cast<uint64_t>(static_cast<uint32_t>(car.position)) << 32 |
-              static_cast<uint32_t>(car.classPosition));
-    hash.word(static_cast<uint64_t>(static_cast<uint32_t>(car.lap)) << 32 |
-              static_cast<uint32_t>(car.irating));
-    hash.scaled(static_cast<double>(car.gapToPlayer), 100); // up to two decimals are shown
+/// Eight bytes a step: sixty cars bring some three thousand.
+template <size_t N>
+void hashText(Fnv64& hash, const char (&field)[N]) {
+    const size_t length = textOf(field).size();
+    size_t at = 0;
+    for (; at + 8 <= length; at += 8) {
+        uint64_t word;
+        std::memcpy(&word, field + at, 8);
+        hash.word(word);
+        hash.value ^= hash.value >> 29; // a product keeps its high bits to itself
+    }
+    uint64_t rest = 0;
+    std::memcpy(&rest, field + at, length - at);
+    hash.word(rest);
+    hash.value ^= hash.value >> 29;
+    hash.word(length);
+}
+
+uint64_t carNumbers(const CarRow& car, const PitLapTable& pits, double gapScale) {
+    Fnv64 hash;
+    const auto pair = [&](int32_t a, int32_t b) {
+        hash.word(static_cast<uint64_t>(static_cast<uint32_t>(a)) << 32 | static_cast<uint32_t>(b));
+    };
+    pair(car.carIdx, car.carNumberValue);
+    pair(car.position, car.classPosition);
+    pair(car.lap, car.irating);
+    hash.scaled(static_cast<double>(car.gapToPlayer), gapScale);
     hash.scaled(static_cast<double>(car.gapToLeader), 10);
     hash.scaled(static_cast<double>(car.lastLapTime), 10);
     hash.scaled(static_cast<double>(car.bestLapTime), 10);
     hash.scaled(static_cast<double>(car.lastPitTime), 10);
-    hash.number(car.carNumberValue);
-    hash.number(tyreAgeLaps(pits, car));
-    hash.word(static_cast<uint64_t>(static_cast<uint32_t>(car.tyreCompound)) << 8 |
-              (car.onPitRoad ? 1u : 0u) | (car.pitThisLap ? 2u : 0u) |
+    pair(tyreAgeLaps(pits, car), car.tyreCompound);
+    hash.word((car.onPitRoad ? 1u : 0u) | (car.pitThisLap ? 2u : 0u) |
               (car.bestFromEarlier ? 4u : 0u) | (car.lapDistPct >= 0 ? 8u : 0u));
-    hash.text(textOf(car.driverName));
-    hash.text(textOf(car.carClass));
-    hash.text(textOf(car.licence));
-    hash.text(textOf(car.carBrand));
-    hash.text(textOf(car.carNumber));
+    return hash.value;
 }
+
+uint64_t carTexts(const CarRow& car) {
+    Fnv64 hash;
+    hashText(hash, car.driverName);
+    hashText(hash, car.carClass);
+    hashText(hash, car.licence);
+    hashText(hash, car.carBrand);
+    hashText(hash, car.carNumber);
+    return hash.value;
+}
+
+/// The first of each class: whole laps are counted against them.
+struct ClassLeaders {
+    std::array<const CarRow*, 16> rows{};
+    size_t count = 0;
+    explicit ClassLeaders(const SimFrame& frame) {
+        for (const CarRow& car : frame.cars)
+            if ((car.classPosition == 1 || car.position == 1) && count < rows.size())
+                rows[count++] = &car;
+    }
+    int lapsBehind(const CarRow& car) const {
+        for (size_t i = 0; i < count; ++i)
+            if (std::strncmp(rows[i]->carClass, car.carClass, sizeof car.carClass) == 0)
+                return lapBadge(*rows[i], car);
+        return 0;
+    }
+};
 
 } // namespace
 
-void hashListFrame(Fnv64& hash, const SimFrame& frame, const PitLapTable& pits) {
+void hashListFrame(Fnv64& hash, const SimFrame& frame, const PitLapTable& pits, int decimals) {
     const CarRow* player = playerRow(frame);
+    const ClassLeaders leaders(frame);
+    const double gapScale = decimals >= 2 ? 100 : 10;
     hash.flag(frame.connected != 0);
     hash.number(frame.simKind);
     hash.number(frame.playerCarIdx);
@@ -105,8 +153,10 @@ void hashListFrame(Fnv64& hash, const SimFrame& frame, const PitLapTable& pits) 
     hash.word(flagPriority(frame.sessionFlags));
     hash.word(frame.cars.size());
     for (const CarRow& car : frame.cars) {
-        hashCar(hash, car, pits);
-        if (player) hash.number(lapBadge(*player, car));
+        // Each car in chains of its own, which the processor works on side by side.
+        hash.word(carNumbers(car, pits, gapScale));
+        hash.word(carTexts(car));
+        hash.number(leaders.lapsBehind(car) * 1024 + (player ? lapBadge(*player, car) : 0));
     }
 }
 

@@ -25,6 +25,7 @@ protected:
     const ListKind kind_;
     ListView view_;
     TextShelf shelf_;
+    StampShelf stamps_;
     /// Of the last live frame: a window keeps its shape while there is none.
     ColumnScene lastScene_;
     uint64_t lastFrameHash_ = 0; // what the window's size was last worked out from
@@ -38,8 +39,8 @@ protected:
     virtual float buildView() = 0;
 };
 
-/// Mixes everything of a frame that a list may show.
-void hashListFrame(Fnv64& hash, const SimFrame& frame, const PitLapTable& pits);
+/// Mixes everything of a frame that a list may show; intervals with that many decimals.
+void hashListFrame(Fnv64& hash, const SimFrame& frame, const PitLapTable& pits, int decimals);
 void hashColumns(Fnv64& hash, const ColumnList& list);
 
 /// Rows of the settings page for the columns and their options.

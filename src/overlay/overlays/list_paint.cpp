@@ -81,6 +81,117 @@ void TextShelf::clear() {
     lines_.clear();
 }
 
+// ---- stamps ----
+
+namespace {
+
+constexpr size_t kStampLimit = 160;
+constexpr float kOnPixel = 0.01f;
+
+bool onPixel(float x) {
+    return std::abs(x - std::round(x)) < kOnPixel;
+}
+
+uint32_t colourBytes(Color c) {
+    const auto byte = [](float x) {
+        return static_cast<uint32_t>(std::lround(std::clamp(x, 0.0f, 1.0f) * 255));
+    };
+    return byte(c.r) << 24 | byte(c.g) << 16 | byte(c.b) << 8 | byte(c.a);
+}
+
+uint64_t stampKey(const StampSpec& spec) {
+    Fnv64 key;
+    key.word(static_cast<uint64_t>(spec.form));
+    key.scaled(static_cast<double>(spec.width), 16);
+    key.scaled(static_cast<double>(spec.height), 16);
+    key.scaled(static_cast<double>(spec.radius), 16);
+    key.scaled(static_cast<double>(spec.edgeWidth), 16);
+    key.word(colourBytes(spec.fill));
+    key.word(colourBytes(spec.edge));
+    return key.value;
+}
+
+} // namespace
+
+void StampShelf::begin(float scale) {
+    if (scale != scale_ || made_.size() > kStampLimit) made_.clear();
+    scale_ = scale;
+}
+
+const Bitmap* StampShelf::stamp(const StampSpec& spec, PointF at) {
+    const float w = spec.width * scale_, h = spec.height * scale_;
+    if (scale_ <= 0 || !onPixel(w) || !onPixel(h) || !onPixel(at.x * scale_) ||
+        !onPixel(at.y * scale_))
+        return nullptr;
+    BitmapRef& made = made_[stampKey(spec)];
+    if (made) return made.get();
+    made = createBitmap(static_cast<int>(std::lround(w)), static_cast<int>(std::lround(h)),
+                        96 * scale_);
+    Canvas canvas;
+    if (!made || !canvas.begin(made)) return nullptr;
+    BrushCache brushes;
+    drawStampShape(canvas, brushes, spec, {0, 0});
+    canvas.end();
+    return made.get();
+}
+
+void drawStampShape(Canvas& canvas, BrushCache& brushes, const StampSpec& spec, PointF at) {
+    const RectF box = rectAt(at.x, at.y, spec.width, spec.height);
+    const float radius = std::min({spec.radius, spec.width / 2, spec.height / 2});
+    const Brush* fill = brushFor(brushes, spec.fill);
+    const PointF center{box.centerX(), box.centerY()};
+    const float reach = std::min(spec.width, spec.height) / 2;
+    switch (spec.form) {
+    case Stamp::roundedRect:
+        if (spec.fill.a > 0) canvas.fillRoundedRect(box, radius, fill);
+        if (spec.edgeWidth > 0 && spec.edge.a > 0)
+            canvas.strokeRoundedRect(inset(box, spec.edgeWidth / 2), radius - spec.edgeWidth / 2,
+                                     brushFor(brushes, spec.edge), spec.edgeWidth);
+        break;
+    case Stamp::ring:
+        canvas.strokeEllipse(center, reach - spec.edgeWidth / 2, reach - spec.edgeWidth / 2, fill,
+                             spec.edgeWidth);
+        break;
+    case Stamp::disc:
+        canvas.fillEllipse(center, reach, reach, fill);
+        break;
+    case Stamp::diamond:
+        canvas.fillPath(PathBuilder()
+                            .moveTo(center.x, center.y - reach)
+                            .lineTo(center.x + reach, center.y)
+                            .lineTo(center.x, center.y + reach)
+                            .lineTo(center.x - reach, center.y)
+                            .close()
+                            .build()
+                            .get(),
+                        fill);
+        break;
+    }
+}
+
+void ListPainter::stamp(RectF box, StampSpec spec, float opacity) {
+    spec.width = box.width();
+    spec.height = box.height();
+    spec.fill = fade(spec.fill, opacity);
+    spec.edge = fade(spec.edge, opacity);
+    if (!(spec.width > 0) || !(spec.height > 0)) return;
+    if (spec.form == Stamp::roundedRect && spec.radius < 0.5f && spec.edgeWidth <= 0) {
+        canvas.fillRect(box, overlay.brush(spec.fill));
+        return;
+    }
+    if (const Bitmap* bitmap = stamps.stamp(spec, {box.left, box.top}))
+        canvas.drawBitmap(bitmap, box, nullptr, 1, Sampling::nearest);
+    else
+        drawStampShape(canvas, overlay.brushes, spec, {box.left, box.top});
+}
+
+void ListPainter::roundedRect(RectF box, float radius, Color fill, float opacity) {
+    StampSpec spec;
+    spec.radius = radius;
+    spec.fill = fill;
+    stamp(box, spec, opacity);
+}
+
 // ---- text ----
 
 float ListPainter::width(const TextStyle& style, std::string_view text) {
@@ -127,7 +238,9 @@ float ListPainter::textCut(RectF box, std::string_view shown, const TextStyle& s
 void ListPainter::pill(RectF box, std::string_view shown, const TextStyle& style, Color colour,
                        Color fill, float radius) {
     if (box.width() < 3 || box.height() < 3) return;
-    canvas.fillRoundedRect(box, std::min(radius, box.height() / 2), ink(fill));
+    box = {std::round(box.left), std::round(box.top), std::round(box.right),
+           std::round(box.bottom)};
+    roundedRect(box, radius, fill, content);
     const float margin = std::min(3.0f, box.width() * 0.1f);
     text({box.left + margin, box.top, box.right - margin, box.bottom}, shown, style, colour,
          TextAlign::center);
@@ -138,14 +251,9 @@ void ListPainter::diamond(RectF box, std::string_view shown, const TextStyle& st
     const float reach = std::floor(std::min(box.height() / 2 - 1, box.width() / 2 + 2));
     if (reach < 4) return;
     const float x = std::round(box.centerX()), y = std::round(box.centerY());
-    const PathRef path = PathBuilder()
-                             .moveTo(x, y - reach)
-                             .lineTo(x + reach, y)
-                             .lineTo(x, y + reach)
-                             .lineTo(x - reach, y)
-                             .close()
-                             .build();
-    canvas.fillPath(path.get(), ink(fill));
+    StampSpec spec{.form = Stamp::diamond};
+    spec.fill = fill;
+    stamp({x - reach, y - reach, x + reach, y + reach}, spec, content);
     text({x - reach * 0.66f, box.top, x + reach * 0.66f, box.bottom}, shown, style, colour,
          TextAlign::center);
 }

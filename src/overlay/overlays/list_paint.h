@@ -50,10 +50,37 @@ private:
     uint32_t picture_ = 1;
 };
 
+enum class Stamp : uint8_t { roundedRect, ring, disc, diamond };
+
+struct StampSpec {
+    Stamp form = Stamp::roundedRect;
+    float width = 0, height = 0; // design units
+    float radius = 0;            // of the corners
+    Color fill{}, edge{0, 0, 0, 0};
+    float edgeWidth = 0;
+};
+
+/// Small shapes that a list shows in every row: rounding a corner costs more than copying it, so
+/// each is drawn once and then put down as a picture.
+class StampShelf {
+public:
+    /// Pixels per design unit of the target; 0 = unknown, nothing is kept.
+    void begin(float scale);
+    /// Null where the box does not fall on whole pixels.
+    const Bitmap* stamp(const StampSpec& spec, PointF at);
+    void clear() { made_.clear(); }
+
+private:
+    std::unordered_map<uint64_t, BitmapRef> made_;
+    float scale_ = 0;
+};
+void drawStampShape(Canvas& canvas, BrushCache& brushes, const StampSpec& spec, PointF at);
+
 struct ListPainter {
     Canvas& canvas;
     OverlayWindow& overlay;
     TextShelf& shelf;
+    StampShelf& stamps;
     float content = 1, background = 1; // opacities
 
     const Brush* ink(Color colour) { return overlay.brush(colour, content); }
@@ -71,6 +98,9 @@ struct ListPainter {
     /// Square on its corner, filled, with text.
     void diamond(RectF box, std::string_view text, const TextStyle& style, Color colour,
                  Color fill);
+    /// A shape in `box`; `opacity` multiplies its colours.
+    void stamp(RectF box, StampSpec spec, float opacity);
+    void roundedRect(RectF box, float radius, Color fill, float opacity);
     void gapBar(RectF box, float length, Color colour, bool fromRight);
     /// Across the box where rows are left out.
     void dashedRule(RectF box, Color colour);

@@ -27,6 +27,13 @@ Color mix(Color a, Color b, float part) {
     return {a.r + (b.r - a.r) * part, a.g + (b.g - a.g) * part, a.b + (b.b - a.b) * part, a.a};
 }
 
+/// One colour that looks like `top` laid over `bottom`.
+Color over(Color top, Color bottom) {
+    const float rest = bottom.a * (1 - top.a), a = top.a + rest;
+    const auto channel = [&](float t, float b) { return (t * top.a + b * rest) / a; };
+    return {channel(top.r, bottom.r), channel(top.g, bottom.g), channel(top.b, bottom.b), a};
+}
+
 struct CellBrush {
     ListPainter& painter;
     const ListView& view;
@@ -62,18 +69,19 @@ struct CellBrush {
             return;
         }
         // Tinted glass over a dark ground of its own, so that red reads on the player's red row.
-        painter.canvas.fillRoundedRect(box, std::min(look.pillRadius, box.height() / 2),
-                                       painter.ink({0.04f, 0.05f, 0.07f, 0.55f}));
         painter.pill(box, cell.text, style, mix(cell.colour, {1, 1, 1}, 0.35f),
-                     fade(cell.fill, 0.26f), look.pillRadius);
+                     over(fade(cell.fill, 0.26f), {0.04f, 0.05f, 0.07f, 0.55f}), look.pillRadius);
     }
 
     void dot(const CellContent& cell) {
         const float r = std::clamp(figures.size * 0.36f, 2.5f,
                                    std::max(2.5f, std::min(place.width(), place.height()) / 2 - 1));
-        const PointF center{std::round(place.centerX()), std::round(place.centerY())};
-        painter.canvas.strokeEllipse(center, r, r, painter.ink(cell.colour),
-                                     std::max(2.0f, r * 0.5f));
+        const float x = std::round(place.centerX()), y = std::round(place.centerY());
+        const float reach = std::round(r + std::max(1.0f, r * 0.25f));
+        StampSpec spec{.form = Stamp::ring};
+        spec.fill = cell.colour;
+        spec.edgeWidth = std::max(2.0f, r * 0.5f);
+        painter.stamp({x - reach, y - reach, x + reach, y + reach}, spec, painter.content);
     }
 
     void logo(const CellContent& cell) {

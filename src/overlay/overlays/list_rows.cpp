@@ -12,17 +12,18 @@ void drawCard(ListPainter& p, const ListPicture& picture, const ListRow& row, Re
     const ListColours& c = view.colours;
     const float radius = std::min(rect.height() / 2, 9.0f);
     const bool player = isPlayerPlace(view, row);
-    p.canvas.fillRoundedRect(rect, radius, p.ground(fade(picture.ground, row.blank ? 0.35f : 1)));
-    if (player) {
-        p.canvas.fillRoundedRect(rect, radius, p.ink(fade(c.accent, row.blank ? 0.08f : 0.24f)));
-        p.canvas.strokeRoundedRect(inset(rect, 1), radius - 1,
-                                   p.ink(fade(c.accent, row.blank ? 0.3f : 1)), 2);
-    } else if (!row.blank) {
-        p.canvas.strokeRoundedRect(inset(rect, 0.5f), radius, p.ink({1, 1, 1, 0.08f}), 1);
+    p.roundedRect(rect, radius, fade(picture.ground, row.blank ? 0.35f : 1), p.background);
+    if (player || !row.blank) {
+        StampSpec spec;
+        spec.radius = radius;
+        spec.fill = player ? fade(c.accent, row.blank ? 0.08f : 0.24f) : Color{0, 0, 0, 0};
+        spec.edge = player ? fade(c.accent, row.blank ? 0.3f : 1) : Color{1, 1, 1, 0.08f};
+        spec.edgeWidth = player ? 2 : 1;
+        p.stamp(rect, spec, p.content);
     }
     if (view.classSpine && !row.blank)
-        p.canvas.fillRoundedRect({rect.left + 7, rect.top + 8, rect.left + 11, rect.bottom - 8}, 2,
-                                 p.ink(row.classColour));
+        p.roundedRect({rect.left + 7, rect.top + 8, rect.left + 11, rect.bottom - 8}, 2,
+                      row.classColour, p.content);
 }
 
 /// Head and labels stand on cards as well, for there is nothing behind them.

@@ -30,7 +30,8 @@ uint64_t RelativeOverlay::contentHash() {
     hash.number(c.rowsBehind);
     hash.flag(c.bestPerClass);
     hashColumns(hash, c.columns);
-    if (const SimFrame* live = liveFrame()) hashListFrame(hash, *live, pitLaps);
+    if (const SimFrame* live = liveFrame())
+        hashListFrame(hash, *live, pitLaps, columnOptions(c.columns, kColumnInterval).relDecimals);
     if (hash.value != lastFrameHash_) {
         // Nothing that the size follows from can have changed otherwise.
         lastFrameHash_ = hash.value;

@@ -38,7 +38,7 @@ uint64_t StandingsOverlay::contentHash() {
     hash.flag(c.bestPerClass);
     hashColumns(hash, c.columns);
     if (live) {
-        hashListFrame(hash, *live, pitLaps);
+        hashListFrame(hash, *live, pitLaps, columnOptions(c.columns, kColumnInterval).relDecimals);
         hash.number(std::isfinite(live->timeRemain) ? static_cast<int64_t>(live->timeRemain) : -1);
     }
     const uint64_t still = hash.value; // but for the classes taking turns
