@@ -22,8 +22,9 @@ struct Profile {
     std::string folder;
 };
 
-std::vector<std::string> program(std::vector<std::string> words) {
-    words.insert(words.begin(), VT_PROGRAM);
+std::vector<std::string> program(const std::vector<std::string>& arguments) {
+    std::vector<std::string> words = {VT_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
     return words;
 }
 
