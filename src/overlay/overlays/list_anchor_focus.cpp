@@ -60,7 +60,7 @@ void drawFocusList(ListPainter& p, const ListPicture& picture) {
     const float left = all.left + 16, right = all.right - 16;
     const ColumnFit fit = fitColumns(view, left, right, scale);
 
-    p.canvas.fillRoundedRect(all, 10, p.ground(picture.ground));
+    p.sheet(all, 10, picture.ground);
     if (flow.head.height() > 0) {
         RectF head{left, flow.head.top, right, flow.head.bottom};
         drawStandardHead(

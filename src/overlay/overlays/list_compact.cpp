@@ -18,7 +18,7 @@ void drawCompactList(ListPainter& p, const ListPicture& picture) {
     const float left = all.left + 14, right = all.right - 12;
     const ColumnFit fit = fitColumns(view, left, right, scale);
 
-    p.canvas.fillRoundedRect(all, 6, p.ground(picture.ground));
+    p.sheet(all, 6, picture.ground);
     if (flow.head.height() > 0) {
         RectF head{left, flow.head.top, right, flow.head.bottom};
         drawStandardHead(

@@ -51,7 +51,7 @@ void drawGridList(ListPainter& p, const ListPicture& picture) {
     const float left = all.left + kMargin, right = all.right - kMargin;
     const ColumnFit fit = fitColumns(view, left, right, scale);
 
-    p.canvas.fillRoundedRect(all, 3, p.ground(picture.ground));
+    p.sheet(all, 3, picture.ground);
     RectF title = flow.head, headers = flow.head;
     title.bottom = headers.top = flow.head.top + std::round(flow.head.height() * 0.52f);
     headers.bottom -= 3;

@@ -258,6 +258,34 @@ void ListPainter::diamond(RectF box, std::string_view shown, const TextStyle& st
          TextAlign::center);
 }
 
+void ListPainter::sheet(RectF box, float radius, Color fill) {
+    constexpr float kQuarter = 1.5707963f;
+    const float r = std::ceil(radius), top = std::ceil(box.top + r),
+                bottom = std::floor(box.bottom - r);
+    const Brush* brush = ground(fill);
+    if (bottom <= top) {
+        canvas.fillRoundedRect(box, radius, brush);
+        return;
+    }
+    canvas.fillRect({box.left, top, box.right, bottom}, brush);
+    const PathRef head = PathBuilder()
+                             .moveTo(box.left, top)
+                             .arc({box.left + r, box.top + r}, r, 2 * kQuarter, 3 * kQuarter)
+                             .arc({box.right - r, box.top + r}, r, 3 * kQuarter, 4 * kQuarter)
+                             .lineTo(box.right, top)
+                             .close()
+                             .build();
+    const PathRef foot = PathBuilder()
+                             .moveTo(box.right, bottom)
+                             .arc({box.right - r, box.bottom - r}, r, 0, kQuarter)
+                             .arc({box.left + r, box.bottom - r}, r, kQuarter, 2 * kQuarter)
+                             .lineTo(box.left, bottom)
+                             .close()
+                             .build();
+    canvas.fillPath(head.get(), brush);
+    canvas.fillPath(foot.get(), brush);
+}
+
 void ListPainter::gapBar(RectF box, float length, Color colour, bool fromRight) {
     if (box.width() < 4 || !(length >= 0)) return;
     const float height = std::clamp(std::round(box.height() * 0.2f), 3.0f, 10.0f);

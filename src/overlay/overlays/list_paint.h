@@ -101,6 +101,9 @@ struct ListPainter {
     /// A shape in `box`; `opacity` multiplies its colours.
     void stamp(RectF box, StampSpec spec, float opacity);
     void roundedRect(RectF box, float radius, Color fill, float opacity);
+    /// The sheet behind a whole list. Only its ends are rounded shapes: filling one of that size
+    /// costs more than twice what a rectangle does.
+    void sheet(RectF box, float radius, Color fill);
     void gapBar(RectF box, float length, Color colour, bool fromRight);
     /// Across the box where rows are left out.
     void dashedRule(RectF box, Color colour);
