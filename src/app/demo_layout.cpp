@@ -1,6 +1,7 @@
 #include "app/demo_layout.h"
 
 #include "platform/desktop.h"
+#include "telemetry/demo_feed.h"
 
 #include <algorithm>
 
@@ -36,20 +37,18 @@ std::vector<PointI> candidates(PointI size, RectI area, const std::vector<RectI>
 
 } // namespace
 
+RectI freePlace(PointI size, RectI area, const std::vector<RectI>& taken, int gap) {
+    for (const PointI at : candidates(size, area, taken, gap)) {
+        const RectI r{at.x, at.y, at.x + size.x, at.y + size.y};
+        if (intersect(r, area) == r && !overlapsAny(r, taken, gap)) return r;
+    }
+    return {};
+}
+
 std::vector<RectI> packRectangles(const std::vector<PointI>& sizes, RectI area, int gap) {
     std::vector<RectI> placed;
-    for (const PointI size : sizes) {
-        RectI found;
-        for (const PointI at : candidates(size, area, placed, gap)) {
-            const RectI r{at.x, at.y, at.x + size.x, at.y + size.y};
-            const bool inside = r.left >= area.left && r.top >= area.top && r.right <= area.right &&
-                                r.bottom <= area.bottom;
-            if (!inside || overlapsAny(r, placed, gap)) continue;
-            found = r;
-            break;
-        }
-        placed.push_back(found);
-    }
+    for (const PointI size : sizes)
+        placed.push_back(freePlace(size, area, placed, gap));
     return placed;
 }
 
@@ -63,6 +62,10 @@ DemoLayout applyDemoLayout(OverlayHost& host) {
     area = {area.left + kDemoGap, area.top + kDemoGap, area.right - kDemoGap,
             area.bottom - kDemoGap};
 
+    // Lists are as long as the race has cars.
+    SimFrame race;
+    demoFrameAt(race, 0);
+
     // Everything on: smaller and smaller until all of it fits.
     std::vector<RectI> rects;
     for (float shrink = 1; shrink > 0.4f; shrink *= 0.9f) {
@@ -71,7 +74,9 @@ DemoLayout applyDemoLayout(OverlayHost& host) {
             OverlayConfig& common = *overlay->configBase();
             common.widthMul = std::max(0.25f, shrink);
             common.textScale = std::max(0.5f, shrink);
+            overlay->frame = &race;
             overlay->layoutForStyle();
+            overlay->frame = nullptr;
             applyScale(*overlay);
             sizes.push_back(overlayPixelSize(*overlay));
         }

@@ -17,6 +17,10 @@ struct DemoLayout {
     std::array<Place, kSlotCount> places{}; // what the layout set; empty where it set nothing
 };
 
+/// A place for one rectangle inside `area`, `gap` away from those taken: a corner, or beside one of
+/// them. Empty when there is none.
+RectI freePlace(PointI size, RectI area, const std::vector<RectI>& taken, int gap);
+
 /// Places rectangles of these sizes (pixels) inside `area`: corner by corner, `gap` apart. An entry
 /// that does not fit any more keeps an empty rectangle.
 std::vector<RectI> packRectangles(const std::vector<PointI>& sizes, RectI area, int gap);

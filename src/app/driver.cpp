@@ -163,6 +163,14 @@ HostView hostView(Driver& d) {
     return view;
 }
 
+std::vector<RectI> overlayRects(const Driver& d) {
+    std::vector<RectI> rects;
+    for (OverlayWindow* overlay : d.host.overlays)
+        if (overlay && overlay->window && overlay->configBase()->enabled)
+            rects.push_back(windowRect(overlay->window));
+    return rects;
+}
+
 bool createPanel(Driver& d) {
     d.panel.actions.toggleOverlay = [&d](int slot) {
         toggleOverlayEnabled(d.host, slot);
@@ -174,7 +182,8 @@ bool createPanel(Driver& d) {
     d.panel.actions.tick = [&d] { mainTick(d.tick); };
     d.panel.view = hostView(d);
     const bool visible = d.line.shootFolder.empty() && !d.config.startupMinimized;
-    if (!createHostWindow(d.panel, d.panel.view.rows.size(), visible)) return false;
+    if (!createHostWindow(d.panel, d.panel.view.rows.size(), visible, overlayRects(d)))
+        return false;
     addDeviceClient({"panel", &d.panel,
                      [](void* user) { static_cast<HostWindow*>(user)->surface.reset(); },
                      [](void* user) {

@@ -1,5 +1,6 @@
 #include "app/host_window.h"
 
+#include "app/demo_layout.h"
 #include "app/main_tick.h"
 #include "base/translate.h"
 #include "platform/desktop.h"
@@ -11,6 +12,7 @@ namespace vt {
 namespace {
 
 constexpr float kWidth = 380, kMargin = 20, kRowHeight = 40, kButtonHeight = 38;
+constexpr float kCaptionRoom = 32, kFreeGap = 24;
 constexpr int kDemoHit = -2, kArrangeHit = -3;
 
 constexpr Color kBackground{0.039f, 0.043f, 0.051f, 1};
@@ -112,6 +114,25 @@ bool handle(HostWindow& host, const WindowEvent& event) {
     }
 }
 
+/// The client area; the frame that the window manager lays around it stays clear as well.
+RectI hostPlace(const HostPlan& plan, RectI work, const std::vector<RectI>& keepClear) {
+    const float scale = static_cast<float>(systemDpi()) / 96;
+    const int width = static_cast<int>(plan.width * scale + 0.5f);
+    const int height = static_cast<int>(plan.height * scale + 0.5f);
+    const int caption = static_cast<int>(kCaptionRoom * scale);
+    const int left = work.left + (work.width() - width) / 2;
+    const int top = work.top + (work.height() - height) / 2;
+    RectI framed{left, top - caption, left + width, top + height};
+    const bool covered = std::any_of(keepClear.begin(), keepClear.end(),
+                                     [&](RectI r) { return !intersect(r, framed).empty(); });
+    const PointI size{framed.width(), framed.height()};
+    const int gap = static_cast<int>(kFreeGap * scale);
+    const RectI area{work.left + gap, work.top + gap, work.right - gap, work.bottom - gap};
+    const RectI free = covered ? freePlace(size, area, keepClear, gap) : RectI{};
+    if (!free.empty()) framed = free;
+    return {framed.left, framed.top + caption, framed.right, framed.bottom};
+}
+
 } // namespace
 
 HostPlan hostPlan(size_t rowCount) {
@@ -172,20 +193,15 @@ void drawHost(Canvas& canvas, BrushCache& brushes, const HostPlan& plan, const H
              brush(withAlpha(kText, 0.55f)), TextAlign::center);
 }
 
-bool createHostWindow(HostWindow& host, size_t rowCount, bool visible) {
+bool createHostWindow(HostWindow& host, size_t rowCount, bool visible,
+                      const std::vector<RectI>& keepClear) {
     host.plan = hostPlan(rowCount);
-    const float scale = static_cast<float>(systemDpi()) / 96;
-    const int width = static_cast<int>(host.plan.width * scale + 0.5f);
-    const int height = static_cast<int>(host.plan.height * scale + 0.5f);
-    const RectI work = listMonitors().front().work;
     WindowSpec spec;
-    spec.kind = WindowKind::panel;
+    // With a frame of the window manager's: to be moved, minimised and closed by.
+    spec.kind = WindowKind::dialog;
     spec.title = kHostTitle;
     spec.className = kHostClass;
-    spec.rect.left = work.left + (work.width() - width) / 2;
-    spec.rect.top = work.top + (work.height() - height) / 2;
-    spec.rect.right = spec.rect.left + width;
-    spec.rect.bottom = spec.rect.top + height;
+    spec.rect = hostPlace(host.plan, listMonitors().front().work, keepClear);
     spec.visible = false;
     host.window = createWindow(spec, [&host](const WindowEvent& e) { return handle(host, e); });
     if (host.window && visible) showWindow(host.window, true);

@@ -62,8 +62,10 @@ struct HostWindow {
 inline constexpr const char* kHostClass = "VTOverlayControlPanel";
 inline constexpr const char* kHostTitle = "VT Overlays";
 
-/// False when no window can be made.
-bool createHostWindow(HostWindow& host, size_t rowCount, bool visible);
+/// In the middle of the primary monitor, or where none of `keepClear` (pixels) covers it. False
+/// when no window can be made.
+bool createHostWindow(HostWindow& host, size_t rowCount, bool visible,
+                      const std::vector<RectI>& keepClear);
 void destroyHostWindow(HostWindow& host);
 /// Draws when `view` differs from what is shown.
 void updateHostWindow(HostWindow& host, HostView view);
