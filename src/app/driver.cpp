@@ -5,6 +5,7 @@
 #include "app/main_tick.h"
 #include "app/shoot.h"
 #include "app/sim_pump.h"
+#include "base/hash.h"
 #include "base/log.h"
 #include "base/translate.h"
 #include "overlay/overlays/overlay_catalogue.h"
@@ -87,6 +88,14 @@ void saveWhenDirty(Driver& d) {
     out.settingsDirty = true;
     saveIfDirty(out, d.settingsDir, d.saveState, clockMs(d.clock));
     d.config.settingsDirty = out.settingsDirty;
+}
+
+// One program per profile: two that share no settings do not get in each other's way.
+std::string instanceName(const Driver& d) {
+    char name[64];
+    std::snprintf(name, sizeof name, "%s-%016llx", kInstanceName,
+                  static_cast<unsigned long long>(fnv1a64(d.appDataDir)));
+    return name;
 }
 
 // ---- start
@@ -306,7 +315,7 @@ int runProgram(const CommandLine& line) {
     const bool shooting = !line.shootFolder.empty();
     findFolders(d);
     const int quitDescriptor = shooting ? -1 : quitSignalDescriptor();
-    if (!d.instance.acquire(kInstanceName)) {
+    if (!d.instance.acquire(instanceName(d))) {
         const bool answered = d.instance.askFirstToShow();
         logStatus(answered ? "[app] already running: its window was brought to the front\n"
                            : "[app] already running\n");

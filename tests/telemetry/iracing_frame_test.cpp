@@ -150,7 +150,7 @@ TEST(IracingFrame, ValuesThatAreNotFiniteBecomeDefaults) {
     EXPECT_EQ(f.deltaBestOk, 0);
     EXPECT_EQ(car.me().lap, -1);
     EXPECT_EQ(car.me().position, 0);
-    EXPECT_EQ(car.me().lapDistPct, 0);
+    EXPECT_EQ(car.me().lapDistPct, -1);
     EXPECT_EQ(car.me().gapToLeader, 0);
     EXPECT_EQ(car.me().bestLapTime, 0);
     EXPECT_TRUE(std::isfinite(f.slipAngle) && std::isfinite(f.slipRate));
