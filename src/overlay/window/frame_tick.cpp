@@ -82,7 +82,14 @@ bool readySurface(OverlayWindow& overlay, const OverlayConfig& common) {
 
 /// 0 when the overlay has no hash: draw.
 uint64_t pictureHash(OverlayWindow& overlay, const OverlayConfig& common, bool supported) {
-    if (overlay.editMode) return 0;
+    if (overlay.editMode) {
+        // Nobody asks for the hash, with which a list follows the length of its field.
+        if (!dragging(overlay)) {
+            overlay.layoutForStyle();
+            resizeToSettings(overlay);
+        }
+        return 0;
+    }
     const uint64_t content = overlay.contentHash();
     if (content == 0) return 0;
     const AppConfig& config = overlay.config;
