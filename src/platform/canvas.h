@@ -100,9 +100,8 @@ public:
     PathBuilder& moveTo(float x, float y);
     PathBuilder& lineTo(float x, float y);
     PathBuilder& bezierTo(PointF control1, PointF control2, PointF to);
-    /// Circle segment around `center`, angles in radians clockwise from +x, backwards when `toAngle` is
-    /// the smaller one; draws a line to its
-    /// start.
+    /// Circle segment around `center`, angles in radians clockwise from +x, backwards when
+    /// `toAngle` is the smaller one; draws a line to its start.
     PathBuilder& arc(PointF center, float radius, float fromAngle, float toAngle);
     PathBuilder& close();
     PathBuilder& rect(RectF r);

@@ -3,8 +3,8 @@
 
 namespace vt {
 
-/// Call before any thread starts. A descriptor that becomes readable when the program should end; -1
-/// when there is none.
+/// Call before any thread starts. A descriptor that becomes readable when the program should end;
+/// -1 when there is none.
 int quitSignalDescriptor();
 
 } // namespace vt

@@ -23,7 +23,9 @@ const CarRow* findCar(const SimFrame& frame, int32_t carIdx) {
     return nullptr;
 }
 
-const CarRow* playerRow(const SimFrame& frame) { return findCar(frame, frame.playerCarIdx); }
+const CarRow* playerRow(const SimFrame& frame) {
+    return findCar(frame, frame.playerCarIdx);
+}
 
 bool frameIsRace(const SimFrame& frame) {
     if (frame.isRace >= 0) return frame.isRace != 0;

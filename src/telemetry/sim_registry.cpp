@@ -37,10 +37,18 @@ const SimNames& names(int32_t kind) {
 
 } // namespace
 
-const char* simShortName(int32_t kind) { return names(kind).shortName; }
-const char* simKey(int32_t kind) { return names(kind).key; }
-const char* simDisplayName(int32_t kind) { return names(kind).longName; }
-const char* simLogoFile(int32_t kind) { return names(kind).logo; }
+const char* simShortName(int32_t kind) {
+    return names(kind).shortName;
+}
+const char* simKey(int32_t kind) {
+    return names(kind).key;
+}
+const char* simDisplayName(int32_t kind) {
+    return names(kind).longName;
+}
+const char* simLogoFile(int32_t kind) {
+    return names(kind).logo;
+}
 
 int32_t simFromKey(const char* key) {
     for (int32_t kind = 0; kind < kSimCount; ++kind)

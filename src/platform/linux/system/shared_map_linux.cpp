@@ -31,8 +31,8 @@ size_t fileSize(int fd) {
 // for writing. It grants leases only on files of the user itself (or with CAP_LEASE); where it
 // refuses for another reason nothing can be told, and the object counts as alive.
 //
-// A writer that comes between the two calls makes the kernel send a signal, by default one that ends
-// the program; SIGURG is ignored unless asked for.
+// A writer that comes between the two calls makes the kernel send a signal, by default one that
+// ends the program; SIGURG is ignored unless asked for.
 bool hasWriter(int fd) {
     fcntl(fd, F_SETSIG, SIGURG);
     if (fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
