@@ -32,10 +32,12 @@ constexpr int kHeadlessPictureMs = 5000;
 constexpr uint32_t kPictureTimer = 1;
 
 struct Driver {
-    explicit Driver(const CommandLine& commandLine) : line(commandLine) {}
+    explicit Driver(const CommandLine& commandLine)
+        : line(commandLine), startTicks(clockTicks(clock)) {}
 
     const CommandLine& line;
     Clock clock;
+    int64_t startTicks = 0;
     ProgramWords words;
     SingleInstance instance;
     std::string appDataDir, settingsDir;
@@ -294,6 +296,8 @@ void runLoop(Driver& d) {
     startHotkeys(d);
     startThreads(d);
     explainHeadless(d);
+    logStatus("[app] ready after %d ms\n",
+              static_cast<int>((clockTicks(d.clock) - d.startTicks) / 1'000'000));
     WindowId pictureWindow = 0;
     if (!d.screenPicture.empty()) {
         WindowSpec spec;
