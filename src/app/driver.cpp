@@ -53,6 +53,7 @@ struct Driver {
     std::vector<std::unique_ptr<OverlayWindow>> overlays;
     OverlayHotkeys hotkeys;
     HostWindow panel;
+    uint64_t nextPanelLookMs = 0;
 
     TripleBuffer buffer;
     PumpWords pumpWords;
@@ -157,6 +158,20 @@ void toggleDemo(Driver& d) {
         if (overlay) overlayTick(*overlay, &empty);
 }
 
+// "Alt+F6"; empty for no key, or one without a plain name.
+std::string shortcutText(int key, int modifiers) {
+    std::string name;
+    if (key >= 0x70 && key <= 0x87) name = "F" + std::to_string(key - 0x6F);
+    if ((key >= '0' && key <= '9') || (key >= 'A' && key <= 'Z')) name = static_cast<char>(key);
+    if (name.empty()) return name;
+    std::string text;
+    if (modifiers & kModControl) text += "Ctrl+";
+    if (modifiers & kModAlt) text += "Alt+";
+    if (modifiers & kModShift) text += "Shift+";
+    if (modifiers & kModWin) text += "Win+";
+    return text + name;
+}
+
 HostView hostView(Driver& d) {
     HostView view;
     const int sim = d.pumpWords.connectedSim;
@@ -167,6 +182,14 @@ HostView hostView(Driver& d) {
                              : Translate("No sim running");
     view.arranging = anyInEditMode(d.host);
     view.saveFailed = settingsSaveFailed;
+    const auto addHint = [&view](const std::string& keys, const char* what) {
+        if (keys.empty()) return;
+        if (!view.hint.empty()) view.hint += "   ";
+        view.hint += keys + " " + what;
+    };
+    addHint(shortcutText(d.config.arrangeHotkeyVk, d.config.arrangeHotkeyMod),
+            Translate("arrange"));
+    addHint(shortcutText(d.config.demoHotkeyVk, d.config.demoHotkeyMod), Translate("demo race"));
     for (const int slot : overlayDirectory())
         if (OverlayWindow* overlay = d.host.overlays[slot])
             view.rows.push_back(
@@ -192,6 +215,7 @@ bool createPanel(Driver& d) {
     d.panel.actions.quit = [] { loopQuit(0); };
     d.panel.actions.tick = [&d] { mainTick(d.tick); };
     d.panel.view = hostView(d);
+    d.panel.accent = d.config.accentTheme;
     const bool visible = d.line.shootFolder.empty() && !d.config.startupMinimized;
     if (!createHostWindow(d.panel, d.panel.view.rows.size(), visible, overlayRects(d)))
         return false;
@@ -208,6 +232,10 @@ void fillTick(Driver& d) {
     d.tick.steps = defaultTickSteps();
     setTickStep(d.tick, "panel watchers", [&d](MainTick&, const SimFrame&) {
         updateNudgeKeys(d.hotkeys);
+        // Ten looks a second are enough for a window that changes by hand.
+        const uint64_t now = clockMs(d.clock);
+        if (now < d.nextPanelLookMs) return;
+        d.nextPanelLookMs = now + 100;
         updateHostWindow(d.panel, hostView(d));
     });
     setTickStep(d.tick, "save settings", [&d](MainTick&, const SimFrame&) { saveWhenDirty(d); });

@@ -3,6 +3,7 @@
 #include "app/demo_layout.h"
 #include "app/main_tick.h"
 #include "base/translate.h"
+#include "overlay/drawing/panel_look.h"
 #include "platform/desktop.h"
 
 #include <algorithm>
@@ -15,34 +16,19 @@ constexpr float kWidth = 380, kMargin = 20, kRowHeight = 40, kButtonHeight = 38;
 constexpr float kCaptionRoom = 32, kFreeGap = 24;
 constexpr int kDemoHit = -2, kArrangeHit = -3;
 
-constexpr Color kBackground{0.039f, 0.043f, 0.051f, 1};
-constexpr Color kSurface{0.086f, 0.098f, 0.125f, 1};
-constexpr Color kSurfaceHover{0.137f, 0.153f, 0.196f, 1};
-constexpr Color kText{0.961f, 0.969f, 0.98f, 1};
-constexpr Color kAccent{1.0f, 0.29f, 0.29f, 1};
-constexpr Color kGreen{0, 0.784f, 0.392f, 1};
-constexpr Color kAlarm{0.902f, 0.251f, 0.22f, 1};
-
-struct Formats {
-    TextFormatRef title = makeTextFormat("Inter Tight", 17, 700, true);
-    TextFormatRef label = makeTextFormat("Inter Tight", 14, 600);
-    TextFormatRef small = makeTextFormat("JetBrains Mono", 11, 400);
-};
-
-void drawSwitch(Canvas& canvas, BrushCache& brushes, RectF row, bool on) {
+void drawSwitch(Canvas& canvas, RectF row, bool on) {
     const RectF track = rectAt(row.right - 54, row.centerY() - 10, 40, 20);
-    canvas.fillRoundedRect(track, 10, brushFor(brushes, on ? kAccent : Color{1, 1, 1, 0.16f}));
+    canvas.fillRoundedRect(track, 10, panelBrush(on ? kBrushAccent : kBrushTint4));
     canvas.fillEllipse({on ? track.right - 10 : track.left + 10, track.centerY()}, 7.5f, 7.5f,
-                       brushFor(brushes, kText));
+                       panelBrush(kBrushText));
 }
 
-void drawButton(Canvas& canvas, BrushCache& brushes, const TextFormat* format, RectF rect,
-                const char* text, bool on, bool hover) {
-    const Color fill = on ? withAlpha(kAccent, 0.28f) : hover ? kSurfaceHover : kSurface;
-    canvas.fillRoundedRect(rect, 8, brushFor(brushes, fill));
-    canvas.strokeRoundedRect(inset(rect, 0.5f), 8,
-                             brushFor(brushes, on ? kAccent : Color{1, 1, 1, 0.14f}));
-    drawText(canvas, format, text, rect, brushFor(brushes, kText), TextAlign::center);
+void drawButton(Canvas& canvas, RectF rect, const char* text, bool on, bool hover) {
+    const PanelBrush fill = on ? kBrushAccentEdge : hover ? kBrushSurface4 : kBrushSurface2;
+    canvas.fillRoundedRect(rect, 8, panelBrush(fill));
+    canvas.strokeRoundedRect(inset(rect, 0.5f), 8, panelBrush(on ? kBrushAccent : kBrushTint3));
+    drawText(canvas, panelFormat(kFormatButton), text, rect, panelBrush(kBrushText),
+             TextAlign::center);
 }
 
 void paint(HostWindow& host) {
@@ -57,11 +43,13 @@ void paint(HostWindow& host) {
         target = surfaceBitmap(*host.surface);
     }
     if (!target || !surfaceBeginFrame(*host.surface)) return;
+    if (!panelFormat(kFormatRow)) createPanelFormats(1);
+    createPanelBrushes(host.accent);
     Canvas canvas;
     if (!canvas.begin(target)) return;
     const float scale = windowDpi(host.window) / bitmapDpi(*target);
     canvas.setTransform(scaleMatrix(scale));
-    drawHost(canvas, host.brushes, host.plan, host.view, host.hover);
+    drawHost(canvas, host.plan, host.view, host.hover);
     if (!canvas.end().ok()) return;
     host.drawn = presentSurface(*host.surface).ok();
 }
@@ -160,37 +148,35 @@ int hostHit(const HostPlan& plan, float x, float y) {
     return -1;
 }
 
-void drawHost(Canvas& canvas, BrushCache& brushes, const HostPlan& plan, const HostView& view,
-              int hover) {
-    const Formats formats;
-    const auto brush = [&](Color c) { return brushFor(brushes, c); };
-    canvas.clear(kBackground);
-    drawText(canvas, formats.title.get(), "VANTOREL OVERLAYS", plan.title, brush(kText));
-    const Color dot = view.saveFailed ? kAlarm : view.live ? kGreen : Color{1, 1, 1, 0.3f};
-    canvas.fillEllipse({plan.status.left + 5, plan.status.centerY()}, 5, 5, brush(dot));
+void drawHost(Canvas& canvas, const HostPlan& plan, const HostView& view, int hover) {
+    const TextFormat* label = panelFormat(kFormatRow);
+    canvas.fillRect(canvas.bounds(), panelBrush(kBrushBackground));
+    drawText(canvas, panelFormat(kFormatTitle), "VANTOREL OVERLAYS", plan.title,
+             panelBrush(kBrushText));
+    const PanelBrush dot = view.saveFailed ? kBrushBad : view.live ? kBrushGood : kBrushTextFaint;
+    canvas.fillEllipse({plan.status.left + 5, plan.status.centerY()}, 5, 5, panelBrush(dot));
     RectF status = plan.status;
     status.left += 20;
-    drawText(canvas, formats.label.get(),
+    drawText(canvas, label,
              view.saveFailed ? Translate("Could not save your settings: check free disk space")
                              : view.status.c_str(),
-             status, brush(withAlpha(kText, 0.78f)));
+             status, panelBrush(kBrushTextSoft));
     for (size_t i = 0; i < plan.rows.size() && i < view.rows.size(); ++i) {
         const RectF row = plan.rows[i];
-        canvas.fillRoundedRect(row, 8,
-                               brush(hover == static_cast<int>(i) ? kSurfaceHover : kSurface));
-        RectF label = row;
-        label.left += 14;
-        drawText(canvas, formats.label.get(), view.rows[i].name, label, brush(kText));
-        drawSwitch(canvas, brushes, row, view.rows[i].on);
+        const bool under = hover == static_cast<int>(i);
+        canvas.fillRoundedRect(row, 8, panelBrush(under ? kBrushSurface4 : kBrushSurface2));
+        RectF name = row;
+        name.left += 14;
+        drawText(canvas, label, view.rows[i].name, name, panelBrush(kBrushText));
+        drawSwitch(canvas, row, view.rows[i].on);
     }
-    drawButton(canvas, brushes, formats.label.get(), plan.demo,
-               view.demo ? Translate("Stop demo race") : Translate("Demo race"), view.demo,
-               hover == kDemoHit);
-    drawButton(canvas, brushes, formats.label.get(), plan.arrange,
+    drawButton(canvas, plan.demo, view.demo ? Translate("Stop demo race") : Translate("Demo race"),
+               view.demo, hover == kDemoHit);
+    drawButton(canvas, plan.arrange,
                view.arranging ? Translate("Lock overlays") : Translate("Arrange"), view.arranging,
                hover == kArrangeHit);
-    drawText(canvas, formats.small.get(), Translate("Alt+F6 arrange   Alt+F7 demo race"), plan.hint,
-             brush(withAlpha(kText, 0.55f)), TextAlign::center);
+    drawText(canvas, panelFormat(kFormatStatus), view.hint, plan.hint, panelBrush(kBrushTextDim),
+             TextAlign::center);
 }
 
 bool createHostWindow(HostWindow& host, size_t rowCount, bool visible,
@@ -210,7 +196,8 @@ bool createHostWindow(HostWindow& host, size_t rowCount, bool visible,
 
 void destroyHostWindow(HostWindow& host) {
     host.surface.reset();
-    flushBrushes(host.brushes);
+    releasePanelBrushes();
+    releasePanelFormats();
     if (host.window) destroyWindow(host.window);
     host.window = 0;
 }

@@ -24,6 +24,7 @@ struct HostView {
     bool demo = false;
     bool arranging = false;
     bool saveFailed = false;
+    std::string hint; // the shortcuts
     std::vector<Row> rows;
     bool operator==(const HostView&) const = default;
 };
@@ -45,8 +46,7 @@ struct HostPlan {
 HostPlan hostPlan(size_t rowCount);
 /// Index of the row under the point; -2 the demo button, -3 the arrange button, -1 nothing.
 int hostHit(const HostPlan& plan, float x, float y);
-void drawHost(Canvas& canvas, BrushCache& brushes, const HostPlan& plan, const HostView& view,
-              int hover);
+void drawHost(Canvas& canvas, const HostPlan& plan, const HostView& view, int hover);
 
 struct HostWindow {
     WindowId window = 0;
@@ -54,7 +54,7 @@ struct HostWindow {
     HostView view;
     HostPlan plan;
     SurfaceRef surface;
-    BrushCache brushes;
+    int accent = 0; // of the settings
     int hover = -1;
     bool drawn = false;
 };

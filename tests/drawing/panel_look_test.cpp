@@ -21,13 +21,12 @@ TEST(PanelLook, AccentIsRemadeOnlyWhenAnotherIsAsked) {
 }
 
 TEST(PanelLook, EveryRoleHasItsFormat) {
-    createPanelFormats();
+    createPanelFormats(1.5f);
     for (int role = 0; role < kPanelFormatCount; ++role)
         ASSERT_NE(panelFormat(static_cast<PanelFormat>(role)), nullptr) << role;
     EXPECT_TRUE(panelFormat(kFormatTitle)->italic);
     EXPECT_EQ(panelFormat(kFormatTitle)->weight, 700);
-    EXPECT_NEAR(panelFormat(kFormatLargeValue)->size / panelFormat(kFormatTiny)->size, 13.0 / 9,
-                0.001);
+    EXPECT_FLOAT_EQ(panelFormat(kFormatLargeValue)->size, 19.5f);
     releasePanelFormats();
     EXPECT_EQ(panelFormat(kFormatTitle), nullptr);
 }

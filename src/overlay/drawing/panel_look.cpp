@@ -1,7 +1,6 @@
 #include "overlay/drawing/panel_look.h"
 
 #include "overlay/drawing/drawing.h"
-#include "platform/desktop.h"
 
 namespace vt {
 
@@ -87,11 +86,10 @@ Color accentColor(const AccentRow& row, size_t alpha) {
 
 } // namespace
 
-void createPanelFormats() {
-    const float scale = static_cast<float>(systemDpi()) / 96;
+void createPanelFormats(float unit) {
     for (size_t i = 0; i < kPanelFormatCount; ++i) {
         const FormatRow& row = kFormats[i];
-        look.formats[i] = makeTextFormat(row.family, row.size * scale, row.weight, row.italic);
+        look.formats[i] = makeTextFormat(row.family, row.size * unit, row.weight, row.italic);
     }
 }
 

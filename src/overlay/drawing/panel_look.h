@@ -55,8 +55,9 @@ enum PanelBrush : int {
     kPanelBrushCount
 };
 
-/// Formats for the present system dpi and interface language; again after either changed.
-void createPanelFormats();
+/// Formats for the present interface language; again after it or the unit changed. `unit` is what
+/// one design unit measures on the canvas: dpi / 96, or 1 where the canvas is scaled itself.
+void createPanelFormats(float unit);
 void releasePanelFormats();
 /// Null before `createPanelFormats`.
 const TextFormat* panelFormat(PanelFormat role);
