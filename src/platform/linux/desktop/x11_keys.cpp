@@ -44,6 +44,7 @@ uint16_t maskOf(uint32_t modifiers) {
 struct Grab {
     xcb_keycode_t code = 0;
     uint16_t state = 0;
+    bool operator==(const Grab&) const = default;
 };
 
 /// Every key and every setting of the locks under which it means `virtualKey`. A grab holds for an
@@ -82,9 +83,18 @@ void ungrab(uint32_t modifiers, uint32_t virtualKey) {
         xcb_ungrab_key(x11.connection, g.code, x11.screen->root, g.state);
 }
 
+std::vector<Grab> grabsOfAllHotkeys() {
+    std::vector<Grab> all;
+    for (const auto& [modifiers, key] : x11.hotkeys)
+        for (const Grab& g : grabsFor(modifiers, key))
+            all.push_back(g);
+    return all;
+}
+
 } // namespace
 
 void x11LoadKeys() {
+    const std::vector<Grab> before = grabsOfAllHotkeys();
     if (x11.keySymbols) xcb_key_symbols_free(x11.keySymbols);
     x11.keySymbols = xcb_key_symbols_alloc(x11.connection);
     const Reply<xcb_get_modifier_mapping_reply_t> map(xcb_get_modifier_mapping_reply(
@@ -94,8 +104,10 @@ void x11LoadKeys() {
     if (!x11.levelThreeMask) x11.levelThreeMask = modifierMaskOf(map.get(), kModeSwitch);
     // Alt and the Windows key are bits of their own; a layout that puts both on one is no AltGr.
     x11.levelThreeMask &= static_cast<uint16_t>(~(XCB_MOD_MASK_1 | XCB_MOD_MASK_4));
-    // The keys may lie elsewhere now.
-    if (x11.hotkeys.empty()) return;
+    // The keys may lie elsewhere now. As a rule they do not: the server tells of a new map each
+    // time that another keyboard is used, and a press between letting go and grabbing again is
+    // lost.
+    if (grabsOfAllHotkeys() == before) return;
     xcb_ungrab_key(x11.connection, XCB_GRAB_ANY, x11.screen->root, XCB_MOD_MASK_ANY);
     for (const auto& [modifiers, key] : x11.hotkeys)
         grab(modifiers, key);
