@@ -74,11 +74,12 @@ struct Driver {
 // The heartbeat is stamped by a plain function that the loop calls before every message.
 Driver* running = nullptr;
 
-bool saveNow(Driver& d) {
-    if (!d.demoLayoutOn) return saveSettings(d.config, d.settingsDir);
-    AppConfig out = withoutDemoLayout(d.config, d.demoLayout, d.stored);
-    const bool good = saveSettings(out, d.settingsDir);
-    return good;
+void saveNow(Driver& d) {
+    const bool saved =
+        d.demoLayoutOn
+            ? saveSettings(withoutDemoLayout(d.config, d.demoLayout, d.stored), d.settingsDir)
+            : saveSettings(d.config, d.settingsDir);
+    if (saved) d.config.settingsDirty = false; // else the tick tries again
 }
 
 void saveWhenDirty(Driver& d) {
@@ -206,10 +207,7 @@ std::vector<RectI> overlayRects(const Driver& d) {
 }
 
 bool createPanel(Driver& d) {
-    d.panel.actions.toggleOverlay = [&d](int slot) {
-        toggleOverlayEnabled(d.host, slot);
-        d.config.settingsDirty = true;
-    };
+    d.panel.actions.toggleOverlay = [&d](int slot) { toggleOverlayEnabled(d.host, slot); };
     d.panel.actions.toggleDemo = [&d] { toggleDemo(d); };
     d.panel.actions.toggleArrange = [&d] { toggleArrangeMode(d.host); };
     d.panel.actions.quit = [] { loopQuit(0); };
