@@ -43,6 +43,37 @@ public:
         sync();
     }
 
+    /// Asks the window manager to let it fill the screen, as games do.
+    void fillScreen() {
+        xcb_client_message_event_t wish{};
+        wish.response_type = XCB_CLIENT_MESSAGE;
+        wish.format = 32;
+        wish.window = window_;
+        wish.type = atom("_NET_WM_STATE");
+        wish.data.data32[0] = 1; // add
+        wish.data.data32[1] = atom("_NET_WM_STATE_FULLSCREEN");
+        xcb_send_event(connection_, 0, screen_->root,
+                       XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                       reinterpret_cast<const char*>(&wish));
+        sync();
+    }
+
+    /// A plain wallpaper, told to compositors the way that desktops do; kept while this lives.
+    void paintRoot(uint32_t color) {
+        const xcb_pixmap_t pixmap = xcb_generate_id(connection_);
+        xcb_create_pixmap(connection_, screen_->root_depth, pixmap, screen_->root, 1, 1);
+        const xcb_gcontext_t context = xcb_generate_id(connection_);
+        xcb_create_gc(connection_, context, pixmap, XCB_GC_FOREGROUND, &color);
+        const xcb_rectangle_t whole{0, 0, 1, 1};
+        xcb_poly_fill_rectangle(connection_, pixmap, context, 1, &whole);
+        xcb_free_gc(connection_, context);
+        xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, screen_->root,
+                            atom("_XROOTPMAP_ID"), XCB_ATOM_PIXMAP, 32, 1, &pixmap);
+        sync();
+    }
+
+    xcb_window_t id() const { return window_; }
+
     /// True when the key could be grabbed by this program.
     bool grabKey(uint16_t modifiers, uint8_t code) {
         xcb_generic_error_t* error = xcb_request_check(

@@ -102,8 +102,14 @@ public:
 
     /// A window manager; returns when it manages.
     bool startWindowManager() {
-        manager_ = startProgram({"openbox", "--config-file", "/dev/null"});
-        return waitFor("xprop -root _NET_SUPPORTING_WM_CHECK", "window id");
+        // An empty file would bring up a window that complains of it. Windows that appear before
+        // it runs its start-up command get no focus.
+        manager_ =
+            startProgram({"sh", "-c",
+                          "exec openbox --startup 'xprop -root -f VT_READY 8s -set VT_READY yes' "
+                          "--config-file /dev/fd/3 3<<E\n"
+                          "<openbox_config xmlns=\"http://openbox.org/3.4/rc\"/>\nE\n"});
+        return waitFor("xprop -root VT_READY", "yes");
     }
 
     /// A compositor; returns when it composites.
