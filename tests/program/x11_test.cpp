@@ -250,6 +250,11 @@ TEST_F(X11Program, OverlaysStayAboveAGameAndLeaveItTheFocus) {
     game.raise();
     EXPECT_TRUE(until(above));
     EXPECT_TRUE(hasFocus()) << focused();
+    // One that no window manager keeps below.
+    ForeignWindow splash({50, 50, 1250, 950}, 0x404040, true);
+    splash.raise();
+    std::snprintf(hex, sizeof hex, "0x%x ", splash.id());
+    EXPECT_TRUE(until(above));
 }
 
 TEST_F(X11Program, AClickReachesWhatLiesUnderALockedOverlayOnly) {
