@@ -241,12 +241,10 @@ TEST(IracingReader, NeverDeliversAMixedFrame) {
         // A buffer that is being written counts as the oldest; then it becomes the newest.
         for (int32_t tick = 2000; !stop.load(); ++tick) {
             IrVarBuf& buf = sim.header().varBuf[tick % 3];
-            std::atomic_ref(buf.tickCount).store(0);
-            std::atomic_thread_fence(std::memory_order_seq_cst);
+            std::atomic_ref(buf.tickCount).exchange(0); // nothing below moves before it
             auto* at = reinterpret_cast<double*>(sim.writer.data() + buf.bufOffset);
             for (size_t i = 0; i < length; ++i)
                 std::memcpy(at + i, std::array{static_cast<double>(tick)}.data(), sizeof(double));
-            std::atomic_thread_fence(std::memory_order_seq_cst);
             std::atomic_ref(buf.tickCount).store(tick);
         }
     });
