@@ -68,6 +68,7 @@ struct Driver {
     std::thread tickThread;
 
     bool drawingStarted = false;
+    uint64_t screenDrawn = 0;
     std::string screenPicture; // where the headless screen is written; empty = nowhere
 };
 
@@ -262,7 +263,13 @@ void watchOutside(Driver& d, int quitDescriptor) {
 // ---- without a screen
 // ---------------------------------------------------------------------------------
 
+// A screen that looks as it did is not written again.
 void writeScreen(Driver& d) {
+    uint64_t drawn = 1;
+    for (const OverlayWindow* overlay : d.host.overlays)
+        if (overlay) drawn += overlay->frameCounter * 2 + (windowVisible(overlay->window) ? 1 : 0);
+    if (drawn == d.screenDrawn) return;
+    d.screenDrawn = drawn;
     const BitmapRef screen = headlessScreen({0.18f, 0.2f, 0.24f, 1});
     if (screen) savePng(*screen, d.screenPicture);
 }
