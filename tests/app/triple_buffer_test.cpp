@@ -90,13 +90,16 @@ bool whole(const SimFrame& frame) {
 }
 
 TEST(TripleBuffer, NeverTornAndNeverOlderAtFullSpeed) {
-    constexpr int kFrames = 10000;
+    constexpr int kFrames = 10000, kTaken = 100;
     TripleBuffer buffer;
+    std::atomic<int> written{0}, taken{0}; // the last frame; how many the reader took
     std::atomic<bool> done{false};
     std::thread writer([&] {
-        for (int n = 1; n <= kFrames; ++n) {
+        // On a busy machine the reader may get its first turn late: the writer waits for it.
+        for (int n = 1; n <= kFrames || taken < kTaken; ++n) {
             fill(buffer.writable(), n);
             buffer.publish();
+            written = n;
         }
         done = true;
     });
@@ -104,6 +107,7 @@ TEST(TripleBuffer, NeverTornAndNeverOlderAtFullSpeed) {
     for (bool finished = false; !finished;) {
         finished = done;
         const SimFrame* frame = frameRead(buffer);
+        taken = static_cast<int>(buffer.readCount);
         if (frame->lap < 0) continue; // nothing published yet
         torn += !whole(*frame);
         older += frame->lap < last;
@@ -112,8 +116,7 @@ TEST(TripleBuffer, NeverTornAndNeverOlderAtFullSpeed) {
     writer.join();
     EXPECT_EQ(torn, 0);
     EXPECT_EQ(older, 0);
-    EXPECT_EQ(last, kFrames);
-    EXPECT_GT(buffer.readCount, 1u);
+    EXPECT_EQ(last, written);
 }
 
 } // namespace
