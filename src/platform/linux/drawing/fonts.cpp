@@ -20,7 +20,6 @@ namespace vt {
 
 namespace {
 
-constexpr uint64_t kMaxFontBytes = 32u << 20;
 constexpr int kMaxFolderDepth = 8;
 
 struct Fonts {
@@ -42,11 +41,11 @@ int applicationFonts() {
 }
 
 bool addFont(const std::string& path, uint64_t size) {
-    if (size == 0 || size > kMaxFontBytes) {
-        logStatus("[fonts] %s skipped: %llu bytes\n", path.c_str(),
-                  static_cast<unsigned long long>(size));
+    if (size == 0) {
+        logStatus("[fonts] %s skipped: it is empty\n", path.c_str());
         return false;
     }
+    // Read from its path, never whole into memory, so that its size does not matter.
     const int before = applicationFonts();
     FcConfigAppFontAddFile(fonts.config, reinterpret_cast<const FcChar8*>(path.c_str()));
     if (applicationFonts() > before) return true;
