@@ -109,6 +109,23 @@ std::string windows1252ToUtf8(std::string_view bytes) {
     return out;
 }
 
+std::string utf16ToUtf8(const void* units, size_t count) {
+    const auto* bytes = static_cast<const unsigned char*>(units);
+    const auto unit = [&](size_t i) -> uint32_t {
+        return i < count ? bytes[2 * i] | static_cast<uint32_t>(bytes[2 * i + 1]) << 8 : 0;
+    };
+    std::string out;
+    for (size_t i = 0; i < count && unit(i) != 0; ++i) {
+        const uint32_t high = unit(i), low = unit(i + 1);
+        const bool pair = high >= 0xD800 && high < 0xDC00 && low >= 0xDC00 && low < 0xE000;
+        if (pair)
+            utf8Append(out, 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00)), ++i;
+        else
+            utf8Append(out, high >= 0xD800 && high < 0xE000 ? 0xFFFD : high);
+    }
+    return out;
+}
+
 std::string foreignToUtf8(std::string_view bytes) {
     return utf8Valid(bytes) ? std::string(bytes) : windows1252ToUtf8(bytes);
 }

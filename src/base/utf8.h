@@ -30,6 +30,10 @@ size_t utf8Prefix(std::string_view text, size_t count);
 /// number, as browsers do.
 std::string windows1252ToUtf8(std::string_view bytes);
 
+/// UTF-16, little-endian, `count` units at `units` (any alignment), up to the first zero unit;
+/// surrogates without their partner become U+FFFD.
+std::string utf16ToUtf8(const void* units, size_t count);
+
 /// `bytes` as they are when they are valid UTF-8, else taken as Windows-1252.
 std::string foreignToUtf8(std::string_view bytes);
 

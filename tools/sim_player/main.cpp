@@ -15,7 +15,7 @@ namespace player {
 namespace {
 
 constexpr Command kCommands[] = {
-    {"iracing", "an image of iRacing's shared memory (.irsdk)", playIRacing},
+    {"iracing", "an image of iRacing's shared memory (.irsdk)", playIRacing, 60, nullptr},
 };
 
 constexpr const char* kUsage =
@@ -91,6 +91,7 @@ int run(int argc, char** argv) {
         std::fprintf(stderr, "sim_player: cannot use \"%s\"; --help says what there is\n", argv[i]);
         return 2;
     }
+    if (options.hz <= 0) options.hz = command->hz;
     quitDescriptor = vt::quitSignalDescriptor();
     return command->run(options);
 }

@@ -1,30 +1,47 @@
-// sim_player puts recordings of simulators where the simulators put their telemetry, so that
-// everything behind the readers can be tried without a simulator. One subcommand per simulator:
-// a file of its own and a line in the table of main.cpp.
+// sim_player puts recordings of simulators, or a race of its own driver model, where the simulators
+// put their telemetry, so that everything behind the readers can be tried without a simulator. One
+// subcommand per simulator: a file of its own and a line in the table of main.cpp.
 #pragma once
+#include "driver_model/driver_model.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace player {
 
 struct Options {
-    std::string file;
-    bool drive = false;   // move the cars
-    double hz = 60;       // samples a second
+    std::string file;     // a capture; empty = the driver model
+    bool drive = false;   // move the cars of a capture
+    double hz = 0;        // samples a second; 0 = the sim's own
     double seconds = 0;   // 0 = until a signal
     double speed = 1;     // of the simulated time
     bool tear = false;    // overwrite samples while they may be read
-    size_t shortTo = 0;   // bytes of the object; 0 = all of the image
+    size_t shortTo = 0;   // bytes of the object; 0 = all of it
     bool hostile = false; // random counts and offsets
     uint32_t hostileSeed = 0;
     std::string suffix; // behind the names of all objects, so that two players can run
+
+    // The driver model
+    std::string circuit = "club"; // a built-in one, or a CSV file
+    model::Settings model;
+    double skip = 0; // s of the race that pass before the first sample
+
+    // Datagrams
+    uint16_t port = 0;                        // 0 = the sim's own
+    double lose = 0, repeat = 0, reorder = 0; // shares 0..1
+    int flood = 0;                            // extra hostile datagrams per second
+    std::string extra;                        // a writer's own word, as --format 2025
 };
 
 struct Command {
     const char* name;
-    const char* file; // what FILE is
+    const char* file; // what FILE is; null = it takes none
     int (*run)(const Options&);
+    double hz;               // the sim's own rate
+    const char* processName; // the player runs under this name; null = its own
 };
 
 /// Runs until `seconds` are over or a signal asks to end, calling `tick(n)` `hz` times a second on
@@ -32,11 +49,47 @@ struct Command {
 template <class Tick>
 void everyTick(const Options& options, Tick tick);
 
+/// Drives the options' race: `publish` is called at the options' rate with the race moved on.
+/// Prints one line about what is driven. The exit code.
+int playModel(const Options& options, const char* simName,
+              const std::function<bool(const model::Race&)>& publish);
+
+/// Sends datagrams to 127.0.0.1, with the options' losses, doubles and disorder. Not for two
+/// threads.
+class Sender {
+public:
+    Sender(const Options& options, uint16_t port);
+    ~Sender();
+    Sender(const Sender&) = delete;
+    Sender& operator=(const Sender&) = delete;
+    void send(const void* data, size_t length);
+    /// Random bytes and spoilt copies of what was sent last; `count` of them.
+    void sendHostile(int count);
+
+private:
+    struct Impl;
+    Impl* impl_;
+};
+
 /// Waits until the monotonic time in seconds. False when the player should end.
 bool waitUntil(double deadline);
 double monotonicSeconds();
 
 int playIRacing(const Options& options);
+int playLmu(const Options& options);
+int playRFactor2(const Options& options);
+int playAms2(const Options& options);
+int playRaceRoom(const Options& options);
+int playEts2(const Options& options);
+int playAcc(const Options& options);
+int playAc(const Options& options);
+int playAcRally(const Options& options);
+int playAcEvo(const Options& options);
+int playF1(const Options& options);
+int playDirtRally2(const Options& options);
+int playEaWrc(const Options& options);
+int playBeamNg(const Options& options);
+int playSibling(const Options& options);
 
 template <class Tick>
 void everyTick(const Options& options, Tick tick) {

@@ -1,11 +1,10 @@
 #include "base/bytes.h"
 #include "base/utf8.h"
+#include "lease.h"
 #include "platform/shared_map.h"
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <signal.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -25,21 +24,6 @@ std::string objectPath(std::string_view name) {
 size_t fileSize(int fd) {
     struct stat info {};
     return fstat(fd, &info) == 0 && info.st_size > 0 ? static_cast<size_t>(info.st_size) : 0;
-}
-
-// The kernel refuses a read lease with EAGAIN exactly while somebody holds the file open or mapped
-// for writing. It grants leases only on files of the user itself (or with CAP_LEASE); where it
-// refuses for another reason nothing can be told, and the object counts as alive.
-//
-// A writer that comes between the two calls makes the kernel send a signal, by default one that
-// ends the program; SIGURG is ignored unless asked for.
-bool hasWriter(int fd) {
-    fcntl(fd, F_SETSIG, SIGURG);
-    if (fcntl(fd, F_SETLEASE, F_RDLCK) == 0) {
-        fcntl(fd, F_SETLEASE, F_UNLCK);
-        return false;
-    }
-    return true;
 }
 
 } // namespace
@@ -66,7 +50,7 @@ bool SharedMap::open(std::string_view name) {
     if (path.empty()) return false;
     fd_ = shm_open(path.c_str(), O_RDONLY | O_CLOEXEC, 0);
     if (fd_ < 0) return false;
-    if (fileSize(fd_) == 0 || !hasWriter(fd_)) {
+    if (fileSize(fd_) == 0 || !heldForWriting(fd_)) {
         close();
         return false;
     }
@@ -100,7 +84,7 @@ bool SharedMap::copyOut(size_t offset, void* out, size_t length) const {
 }
 
 bool SharedMap::writerAlive() const {
-    return fd_ >= 0 && hasWriter(fd_);
+    return fd_ >= 0 && heldForWriting(fd_);
 }
 
 bool SharedMapWriter::create(std::string_view name, size_t size) {
