@@ -6,8 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
-#include <string_view>
 
 namespace vt {
 
@@ -231,7 +229,7 @@ bool acCopyPage(const SharedMap& map, size_t size, void* page, size_t room);
 /// small.
 bool acCopyPhysics(const SharedMap& map, size_t size, AcPhysics& page);
 
-/// A text field as UTF-8, cut at a character's border.
+/// A text field as UTF-8, cut at a character's border. Allocates for long texts.
 void acText(char* out, size_t capacity, const void* units);
 template <size_t N>
 void acText(char (&out)[N], const void* units) {
