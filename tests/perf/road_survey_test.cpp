@@ -1,4 +1,5 @@
 // A car on roads of known shape: what the survey learns is measured against them in metres.
+#include "perf/road_saver.h"
 #include "perf/road_survey.h"
 #include "telemetry/coach_log.h"
 #include "telemetry/sim_registry.h"
@@ -274,6 +275,30 @@ TEST_F(RoadSurveyTest, FilesThatAreNotMapsCountAsAbsent) {
           spoilt("\"version\": 1", "\"version\": 2"), spoilt("\"eL\"", "\"e\"")})
         EXPECT_FALSE(roadMapParse(map, text)) << text.substr(0, 60);
     EXPECT_TRUE(map.bins.empty());
+}
+
+TEST_F(RoadSurveyTest, TheSaverWritesTheLatestAndLosesNothingAtTheEnd) {
+    RoadMap map;
+    map.simKind = kSimLmu;
+    map.bins.resize(26000);
+    {
+        RoadSaver saver(folder);
+        for (int i = 1; i <= 5; ++i) {
+            map.trackId = i % 2 + 1;
+            map.laps = i;
+            saver.store(map);
+        }
+        EXPECT_TRUE(saver.flush(20000));
+        EXPECT_TRUE(roadMapLoad(map, folder, kSimLmu, 2));
+        EXPECT_EQ(map.laps, 5);
+        map.laps = 6;
+        saver.store(map);
+    }
+    ASSERT_TRUE(roadMapLoad(map, folder, kSimLmu, 2));
+    EXPECT_EQ(map.laps, 6);
+    RoadSaver nowhere("/proc/no/such/folder");
+    nowhere.store(map);
+    EXPECT_FALSE(nowhere.flush(50));
 }
 
 TEST(RoadMap, BinsAndPaths) {
