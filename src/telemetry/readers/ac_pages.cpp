@@ -20,11 +20,12 @@ bool acCopyPage(const SharedMap& map, size_t size, void* page, size_t room) {
     return true;
 }
 
-bool acCopyPhysics(const SharedMap& map, size_t size, AcPhysics& page) {
+bool acCopySteady(const SharedMap& map, size_t size, void* page, size_t room) {
     for (int i = 0; i < kCopyTries; ++i) {
-        int32_t after = 0;
-        if (!acCopyPage(map, size, &page, sizeof page) || !map.read(0, after)) return false;
-        if (after == page.packetId) break;
+        int32_t before = 0, after = 0;
+        if (!acCopyPage(map, size, page, room) || !map.read(0, after)) return false;
+        std::memcpy(&before, page, sizeof before);
+        if (after == before) break;
     }
     return true;
 }

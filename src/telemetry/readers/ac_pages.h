@@ -224,10 +224,10 @@ inline constexpr AcPageSizes kAcEvoSizes = {716, 4900, 208};
 /// A page that is shorter is taken as far as it goes. False when nothing could be read.
 bool acCopyPage(const SharedMap& map, size_t size, void* page, size_t room);
 
-/// The physics page, copied anew while its packet id moves under the copy, a few times at most: a
-/// sim that writes all the time must not stand still for us, and one step between two fields is
-/// small.
-bool acCopyPhysics(const SharedMap& map, size_t size, AcPhysics& page);
+/// A page that begins with a packet id, copied anew while the id moves under the copy, a few times
+/// at most: a sim that writes all the time must not stand still for us, and one step between two
+/// fields is small.
+bool acCopySteady(const SharedMap& map, size_t size, void* page, size_t room);
 
 /// A text field as UTF-8, cut at a character's border. Allocates for long texts.
 void acText(char* out, size_t capacity, const void* units);
