@@ -1,7 +1,9 @@
 #include "platform/udp_socket.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <ctime>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -11,12 +13,22 @@ namespace vt {
 
 namespace {
 
+// A sim's burst and a flood of strangers must fit between two looks of a reader that comes 30 times
+// a second. The kernel doubles the figure for its own records and cuts it to its limit.
+constexpr int kReceiveBuffer = 256 * 1024;
+
 sockaddr_in addressOf(uint32_t host, uint16_t port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(host);
     address.sin_port = htons(port);
     return address;
+}
+
+int64_t monotonicMs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * 1000LL + now.tv_nsec / 1'000'000;
 }
 
 } // namespace
@@ -27,6 +39,7 @@ bool UdpSocket::open(uint16_t port, bool allInterfaces, bool shareAddress) {
     if (fd_ < 0) return false;
     const int one = 1;
     if (shareAddress) setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
+    setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
     sockaddr_in address = addressOf(allInterfaces ? INADDR_ANY : INADDR_LOOPBACK, port);
     socklen_t length = sizeof address;
     if (bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 ||
@@ -56,8 +69,14 @@ int UdpSocket::receive(void* out, size_t capacity) {
 
 bool UdpSocket::wait(int milliseconds) {
     if (fd_ < 0) return false;
-    pollfd readable{fd_, POLLIN, 0};
-    return poll(&readable, 1, milliseconds) > 0 && (readable.revents & POLLIN) != 0;
+    const int64_t end = monotonicMs() + std::max(milliseconds, 0);
+    for (;;) {
+        pollfd readable{fd_, POLLIN, 0};
+        const int64_t left = end - monotonicMs();
+        const int n = poll(&readable, 1, static_cast<int>(std::max<int64_t>(left, 0)));
+        if (n > 0) return (readable.revents & POLLIN) != 0;
+        if (n == 0 || errno != EINTR) return false;
+    }
 }
 
 bool UdpSocket::send(uint16_t port, const void* data, size_t length) {
