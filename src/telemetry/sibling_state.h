@@ -61,6 +61,8 @@ static_assert(offsetof(SiblingState, pedalEffect) == 916);
 /// One per thread that reads; stays open once opened.
 struct SiblingLink {
     SharedMap map;
+    const char* name = kSiblingMapName;
+    uint32_t lastSequence = 1; // of the last good copy; 1 = none yet
 };
 
 /// True at once when it is open already.
@@ -68,6 +70,7 @@ bool siblingOpen(SiblingLink& link);
 
 /// A consistent copy: the sequence is the same and even before and after, 8 tries at most. False,
 /// and `out` undefined, without a sibling, on a torn record, a wrong magic or an old version.
+/// Closes the link when the sibling died, so that the next call finds the record of its next run.
 bool siblingRead(SiblingLink& link, SiblingState& out);
 
 /// The number behind `telemetryConsent=` in the sibling's `haptic_config.ini`; -1 without one.
