@@ -1,0 +1,13 @@
+// EA Sports WRC, by its datagrams.
+#pragma once
+#include "telemetry/reader_context.h"
+#include "telemetry/sim_reader.h"
+
+#include <memory>
+
+namespace vt {
+
+/// `context` must outlive the reader.
+std::unique_ptr<SimReader> makeEaWrcReader(ReaderContext& context);
+
+} // namespace vt
