@@ -2,6 +2,7 @@
 
 #include "overlay/overlays/relative_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
+#include "overlay/overlays/track_strip_overlay.h"
 #include "overlay/settings/slots.h"
 
 namespace vt {
@@ -19,6 +20,7 @@ const std::vector<OverlayKind>& overlayKinds() {
     static const std::vector<OverlayKind> kinds = {
         {kSlotRelative, make<RelativeOverlay>},
         {kSlotStandings, make<StandingsOverlay>},
+        {kSlotTrackStrip, make<TrackStripOverlay>},
     };
     return kinds;
 }
