@@ -1,5 +1,6 @@
 #include "overlay/overlays/overlay_catalogue.h"
 
+#include "overlay/overlays/delta_trace_overlay.h"
 #include "overlay/overlays/relative_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
 #include "overlay/overlays/track_strip_overlay.h"
@@ -20,6 +21,7 @@ const std::vector<OverlayKind>& overlayKinds() {
     static const std::vector<OverlayKind> kinds = {
         {kSlotRelative, make<RelativeOverlay>},
         {kSlotStandings, make<StandingsOverlay>},
+        {kSlotDeltaTrace, make<DeltaTraceOverlay>},
         {kSlotTrackStrip, make<TrackStripOverlay>},
     };
     return kinds;
