@@ -28,7 +28,7 @@ struct AccPlaces {
     struct Place {
         int32_t id = 0;
         bool known = false;
-        float lateral = 0; // m across the player's line
+        float lateral = 0; // m, positive to the right
         float lapDistPct = 0;
     } cars[kAcMaxCars];
 };
