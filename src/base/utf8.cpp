@@ -34,6 +34,36 @@ constexpr uint16_t kWindows1252High[32] = {
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
+uint32_t windows1252CodePoint(char byte) {
+    const auto c = static_cast<unsigned char>(byte);
+    return c >= 0x80 && c <= 0x9F ? kWindows1252High[c - 0x80] : c;
+}
+
+/// The bytes of a code point; their number.
+size_t utf8Encode(uint32_t c, char (&out)[4]) {
+    const auto tail = [&](uint32_t shift) { return static_cast<char>(0x80 | (c >> shift & 0x3F)); };
+    if (c < 0x80) {
+        out[0] = static_cast<char>(c);
+        return 1;
+    }
+    if (c < 0x800) {
+        out[0] = static_cast<char>(0xC0 | c >> 6);
+        out[1] = tail(0);
+        return 2;
+    }
+    if (c < 0x10000) {
+        out[0] = static_cast<char>(0xE0 | c >> 12);
+        out[1] = tail(6);
+        out[2] = tail(0);
+        return 3;
+    }
+    out[0] = static_cast<char>(0xF0 | c >> 18);
+    out[1] = tail(12);
+    out[2] = tail(6);
+    out[3] = tail(0);
+    return 4;
+}
+
 } // namespace
 
 bool utf8Valid(std::string_view text) {
@@ -59,22 +89,8 @@ uint32_t utf8Next(std::string_view text, size_t& pos) {
 }
 
 void utf8Append(std::string& out, uint32_t c) {
-    const auto put = [&](uint32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (c < 0x80) {
-        put(c);
-    } else if (c < 0x800) {
-        put(0xC0 | c >> 6);
-        put(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        put(0xE0 | c >> 12);
-        put(0x80 | (c >> 6 & 0x3F));
-        put(0x80 | (c & 0x3F));
-    } else {
-        put(0xF0 | c >> 18);
-        put(0x80 | (c >> 12 & 0x3F));
-        put(0x80 | (c >> 6 & 0x3F));
-        put(0x80 | (c & 0x3F));
-    }
+    char encoded[4];
+    out.append(encoded, utf8Encode(c, encoded));
 }
 
 size_t utf8CutLength(std::string_view text, size_t maxBytes) {
@@ -104,8 +120,8 @@ size_t utf8Prefix(std::string_view text, size_t count) {
 std::string windows1252ToUtf8(std::string_view bytes) {
     std::string out;
     out.reserve(bytes.size() + bytes.size() / 8);
-    for (unsigned char c : bytes)
-        utf8Append(out, c >= 0x80 && c <= 0x9F ? kWindows1252High[c - 0x80] : c);
+    for (const char c : bytes)
+        utf8Append(out, windows1252CodePoint(c));
     return out;
 }
 
@@ -138,17 +154,25 @@ std::string utf8Repaired(std::string_view text) {
     return out;
 }
 
+// Readers copy names with every frame: nothing is allocated here.
 void copyText(char* out, size_t capacity, std::string_view text) {
     if (capacity == 0) return;
     text = text.substr(0, text.find('\0'));
-    std::string converted;
-    if (!utf8Valid(text)) {
-        converted = windows1252ToUtf8(text);
-        text = converted;
+    if (utf8Valid(text)) {
+        const size_t n = utf8CutLength(text, capacity - 1);
+        if (n > 0) std::memcpy(out, text.data(), n);
+        out[n] = '\0';
+        return;
     }
-    const size_t n = utf8CutLength(text, capacity - 1);
-    if (n > 0) std::memcpy(out, text.data(), n);
-    out[n] = '\0';
+    size_t length = 0;
+    for (const char c : text) {
+        char encoded[4];
+        const size_t n = utf8Encode(windows1252CodePoint(c), encoded);
+        if (length + n > capacity - 1) break;
+        std::memcpy(out + length, encoded, n);
+        length += n;
+    }
+    out[length] = '\0';
 }
 
 char asciiLower(char c) {
