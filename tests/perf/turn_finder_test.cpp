@@ -46,7 +46,8 @@ TEST(TurnFinder, CountsTheTurnsOfKnownCircuits) {
         size_t found, published;
         float first, last; // lap fractions of the first and the last turn, measured on the plan
     };
-    // Spa: the kink before Blanchimont is too open; Zandvoort: the bend of 7 and 8 counts as two.
+    // Spa: the two apices of Pouhon count as one; Zandvoort: so does the open bend behind the first
+    // corner, which has no number.
     constexpr Known circuits[] = {
         {"BrandsHatch", 9, 9, 0.077f, 0.879f},   {"Monza", 11, 11, 0.161f, 0.888f},
         {"Silverstone", 18, 18, 0.067f, 0.981f}, {"Spa", 18, 19, 0.057f, 0.971f},
