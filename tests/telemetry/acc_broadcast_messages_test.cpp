@@ -198,6 +198,7 @@ TEST(AccBroadcastMessages, NamesEndAtACharactersBorder) {
         }
         EXPECT_GE(std::strlen(car.firstName), sizeof car.firstName - 3);
         EXPECT_TRUE(utf8Valid(client.working().trackName));
+        client.due(3001);
         client.receive(accRegistrationResult(-1, false, name));
         EXPECT_TRUE(utf8Valid(client.working().error));
         EXPECT_GE(std::strlen(client.working().error), 125u);
@@ -267,6 +268,11 @@ TEST(AccBroadcastClient, RegistersUntilItIsLetIn) {
     EXPECT_EQ(client.count(kAccEntryListRequest), 1);
     EXPECT_EQ(client.count(kAccTrackDataRequest), 1);
     EXPECT_EQ(client.sent.back().connectionId, 12);
+    while (client.state.unanswered > 0)
+        client.receive(accRegistrationResult(12, true));
+    client.receive(accRegistrationResult(666, true));
+    client.receive(accRegistrationResult(-1, false));
+    EXPECT_EQ(client.working().connectionId, 12) << "nobody asked";
 }
 
 TEST(AccBroadcastClient, AsksForEntriesAndTrackInTheirTime) {

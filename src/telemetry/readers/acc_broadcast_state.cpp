@@ -34,6 +34,7 @@ void publish(AccBroadcastState& state, uint64_t nowMs, const AccBroadcastOut& ou
 
 void sendRegister(AccBroadcastState& state, uint64_t nowMs, const AccBroadcastOut& out) {
     state.registerMs = nowMs;
+    state.unanswered = std::min(state.unanswered + 1, 1000);
     out.send(accRegisterMessage(state.config.connectionPassword, state.config.commandPassword));
 }
 
@@ -85,7 +86,8 @@ AccCar* findOrAdd(AccSnapshot& working, int32_t carIndex, bool& added) {
 void takeRegistration(AccBroadcastState& state, ByteView bytes, uint64_t nowMs,
                       const AccBroadcastOut& out) {
     AccRegistration result;
-    if (!accParseRegistration(bytes, result)) return;
+    if (state.unanswered == 0 || !accParseRegistration(bytes, result)) return;
+    state.unanswered -= 1;
     AccSnapshot& working = state.working;
     const int32_t before = working.state;
     copyText(working.error, result.error);

@@ -26,6 +26,8 @@ struct AccBroadcastState {
     AccSnapshot working;
     bool wantEntryList = false;
     bool wantTrackData = false;
+    int32_t unanswered =
+        0; // registration messages: a result that nobody asked for is not the sim's
     uint64_t lastPacketMs = 0;
     // Ticks of the last message of each kind and of the last line in the log; 0 = none yet.
     uint64_t registerMs = 0, entryListMs = 0, trackDataMs = 0, logMs = 0;
