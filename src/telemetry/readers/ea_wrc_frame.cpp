@@ -66,6 +66,11 @@ void fillPlace(SimFrame& frame, const EaWrcPacket& p, MapFrame& mapFrame) {
     fillWorld(frame, mapFrame, position, forward, right);
 }
 
+std::string_view nameOf(const std::unordered_map<uint16_t, std::string>& names, uint16_t id) {
+    const auto found = names.find(id);
+    return found == names.end() ? std::string_view() : std::string_view(found->second);
+}
+
 void fillStage(SimFrame& frame, const EaWrcPacket& p, const EaWrcIds& ids) {
     frame.lapDistPct = clamp01(p.stage_progress);
     const double length = p.stage_length;
@@ -74,10 +79,8 @@ void fillStage(SimFrame& frame, const EaWrcPacket& p, const EaWrcIds& ids) {
     if (time > 0 && time < kMaxStageTime) frame.currentLapTime = time;
     const uint16_t locationId = p.location_id, routeId = p.route_id;
     frame.trackId = static_cast<int32_t>(locationId * 65536u + routeId);
-    const auto location = ids.locations.find(locationId);
-    const auto route = ids.routes.find(routeId);
-    const std::string_view place = location == ids.locations.end() ? "" : location->second;
-    const std::string_view name = route == ids.routes.end() ? "" : route->second;
+    const std::string_view place = nameOf(ids.locations, locationId);
+    const std::string_view name = nameOf(ids.routes, routeId);
     constexpr size_t room = sizeof frame.trackName - 1;
     char text[2 * room + 8];
     std::snprintf(text, sizeof text, "%.*s%s%.*s", static_cast<int>(utf8CutLength(place, room)),

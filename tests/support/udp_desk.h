@@ -1,0 +1,71 @@
+// What tests of the readers of datagrams stand on: ports and a sibling's record of their own, a
+// clock turned by hand, and senders.
+#pragma once
+#include "support/sibling_record.h"
+#include "telemetry/readers/udp_stage.h"
+#include "telemetry/sim_reader.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace vt::test {
+
+using Bytes = std::vector<uint8_t>;
+
+template <class T>
+Bytes bytesOf(const T& record) {
+    Bytes bytes(sizeof record);
+    std::memcpy(bytes.data(), &record, sizeof record);
+    return bytes;
+}
+
+struct UdpDesk {
+    Clock clock = manualClock();
+    ProcessScan scan;
+    SteerWords steer;
+    ReaderContext context{.clock = clock, .scan = scan, .steer = steer, .documentsDir = {}};
+    SiblingRecord sibling{"vt_test_sibling_" + std::to_string(getpid())};
+    UdpPlace place;
+    UdpSocket out;
+
+    UdpDesk() {
+        UdpSocket a, b;
+        a.open(0);
+        b.open(0);
+        place = {a.port(), b.port(), 300, sibling.name()};
+        out.open(0);
+    }
+
+    void send(uint16_t port, const Bytes& packet) { out.send(port, packet.data(), packet.size()); }
+
+    /// `open` while the packet comes in every 2 ms.
+    bool openWith(SimReader& reader, const Bytes& packet) {
+        std::atomic<bool> done{false};
+        std::thread sender([&] {
+            UdpSocket socket;
+            socket.open(0);
+            while (!done) {
+                for (const uint16_t port : {place.port, place.forwardedPort})
+                    socket.send(port, packet.data(), packet.size());
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            }
+        });
+        const bool opened = reader.open();
+        done = true;
+        sender.join();
+        return opened;
+    }
+
+    /// One poll into a fresh frame.
+    bool poll(SimReader& reader, SimFrame& frame) {
+        resetKeepingCapacity(frame);
+        return reader.poll(frame);
+    }
+};
+
+} // namespace vt::test
