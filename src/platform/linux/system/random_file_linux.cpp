@@ -1,4 +1,4 @@
-#include "lease.h"
+#include "platform/linux/system/lease.h"
 #include "platform/random_file.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #include "base/bytes.h"
 #include "base/utf8.h"
-#include "lease.h"
+#include "platform/linux/system/lease.h"
 #include "platform/shared_map.h"
 
 #include <cerrno>
