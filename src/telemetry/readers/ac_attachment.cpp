@@ -22,7 +22,9 @@ bool AcAttachment::open() {
     statics_.open(names_.statics);
     physicsSize_ = physics_.size();
     graphicsSize_ = graphics_.size();
-    return true;
+    if (physicsSize_ >= sizeof physics.packetId) return true;
+    close();
+    return false;
 }
 
 void AcAttachment::close() {
