@@ -98,68 +98,18 @@ void fillLapTimes(CarRow& row, const RowContext& at) {
     }
 }
 
-int32_t sectorAt(const std::vector<float>& starts, float pct) {
-    int32_t sector = 0;
-    for (size_t i = 0; i < starts.size(); ++i)
-        if (pct >= starts[i]) sector = static_cast<int32_t>(i);
-    return sector;
-}
-
-void enterSector(IrCarTiming& timing, int32_t sector, bool first, double now) {
-    timing.sector = sector;
-    timing.sectorFirst = first;
-    timing.sectorEnterTime = now;
-}
-
-void finishSector(IrCarTiming& timing, double now) {
-    const auto t = static_cast<float>(now - timing.sectorEnterTime);
-    if (!(t > 0.5f) || timing.sectorFirst) return;
-    timing.lastSectorTime = t;
-    timing.lastSectorIdx = timing.sector;
-    if (timing.sector >= kIrTimedSectors) return;
-    float& best = timing.bestBySector[timing.sector];
-    float& last = timing.lastBySector[timing.sector];
-    timing.prevSectorTime = last;
-    last = t;
-    if (!(best > 0) || best > t) best = t;
-}
-
-void timeSector(const CarRow& row, const RowContext& at, IrCarTiming& timing) {
-    const double now = at.frame.sessionTime;
-    const int32_t sector = sectorAt(at.frame.sectorStarts, row.lapDistPct);
-    float step = row.lapDistPct - timing.prevPct;
-    if (step < -0.5f) step += 1;
-    const bool jumped = step < -0.003f || static_cast<double>(step) > at.maxStep;
-    timing.prevPct = row.lapDistPct;
-    if (row.onPitRoad || jumped) {
-        timing.sector = -1;
-        timing.sectorFirst = 1;
-    }
-    if (timing.sector < 0) {
-        enterSector(timing, sector, true, now);
-    } else if (sector != timing.sector) {
-        finishSector(timing, now);
-        enterSector(timing, sector, false, now);
-    }
-}
-
 void fillSectors(CarRow& row, const RowContext& at, IrCarTiming& timing) {
     if (at.frame.sectorStarts.empty() || row.lapDistPct < 0 || !(at.frame.sessionTime > 0)) return;
-    timeSector(row, at, timing);
-    const int32_t last = timing.lastSectorIdx;
-    row.lastSectorTime = timing.lastSectorTime;
-    row.bestSectorTime = last >= 0 && last < kIrTimedSectors ? timing.bestBySector[last] : 0;
-    row.prevSectorTime = timing.prevSectorTime;
-    row.lastSectorIdx = last;
+    timeSectors(timing.sectors, at.frame.sectorStarts, row.lapDistPct, at.frame.sessionTime,
+                at.maxStep, row.onPitRoad != 0);
+    fillSectorTimes(row, timing.sectors);
 }
 
-/// How far a car can get between two samples: 600 km/h and then it was moved.
 double maxStepOf(const SimFrame& frame, double lastSessionTime) {
     const double gap = lastSessionTime > 0 && frame.sessionTime > lastSessionTime
                            ? frame.sessionTime - lastSessionTime
                            : 0;
-    if (!(frame.trackLength > 1) || gap < 0.005 || gap >= 5) return 1;
-    return std::max(0.002, gap * 166.5 / static_cast<double>(frame.trackLength));
+    return maxLapStep(gap, frame.trackLength);
 }
 
 } // namespace

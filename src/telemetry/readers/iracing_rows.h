@@ -3,25 +3,16 @@
 #pragma once
 #include "telemetry/readers/iracing_session_text.h"
 #include "telemetry/readers/iracing_vars.h"
+#include "telemetry/sector_timing.h"
 #include "telemetry/sim_frame.h"
 
 #include <array>
 
 namespace vt {
 
-inline constexpr int32_t kIrTimedSectors = 16; // sectors with a best and a last time
-
 /// What is timed per car. Outlives a new session text; ends with the attachment.
 struct IrCarTiming {
-    int32_t sector = -1;     // -1 = unknown
-    uint8_t sectorFirst = 0; // entered in its middle: not to be timed
-    double sectorEnterTime = 0;
-    float prevPct = 0;
-    float lastSectorTime = 0;
-    float prevSectorTime = 0; // what that sector took before lastSectorTime
-    int32_t lastSectorIdx = -1;
-    float bestBySector[kIrTimedSectors] = {};
-    float lastBySector[kIrTimedSectors] = {};
+    SectorTiming sectors;
     uint8_t wasOnPit = 0;
     double pitEnterTime = -1; // -1 = not in the pits
     float lastPitDuration = -1;

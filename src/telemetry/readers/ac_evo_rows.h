@@ -1,0 +1,20 @@
+// AC EVO tells nothing of the other cars but where they are: rows from coordinates.
+#pragma once
+#include "telemetry/readers/ac_evo_layout.h"
+#include "telemetry/readers/ac_evo_sectors.h"
+#include "telemetry/readers/ac_evo_world.h"
+
+namespace vt {
+
+struct AcEvoCars {
+    bool live = false; // another car has moved: the coordinates mean something
+    bool seen = false;
+    float last[kAcMaxCars][3] = {};
+};
+
+/// The player's row, then those of the cars round him, from a frame that is complete but for them.
+void acEvoFillRows(SimFrame& out, AcEvoCars& cars, const AcEvoGraphics& graphics,
+                   const AcEvoGeometry& geometry, const SectorTiming& timing,
+                   const char* driverName);
+
+} // namespace vt
