@@ -2,6 +2,7 @@
 
 #include "base/format.h"
 #include "base/utf8.h"
+#include "telemetry/demo_track.h"
 #include "telemetry/sim_registry.h"
 
 #include <algorithm>
@@ -309,10 +310,26 @@ int radioAt(double t) {
     return s < 6 ? kPlayer : -1;
 }
 
+void fillWorld(SimFrame& out) {
+    const std::vector<DemoTrackPoint>& track = demoTrack();
+    const double at = static_cast<double>(out.lapDistPct) * kDemoTrackBins;
+    const size_t bin = static_cast<size_t>(at) % track.size();
+    const DemoTrackPoint& point = track[bin];
+    const auto beyond = static_cast<float>(at - std::floor(at));
+    out.worldX = point.x + point.forwardX * beyond;
+    out.worldY = point.y + point.forwardY * beyond;
+    out.forwardX = point.forwardX;
+    out.forwardY = point.forwardY;
+    out.rightX = point.forwardY;
+    out.rightY = -point.forwardX;
+    out.worldOk = 1;
+}
+
 void fillSession(SimFrame& out, const LapState& s, double t) {
     const double remaining = kRaceSeconds - std::fmod(t, kRaceSeconds);
     out.lapDistPct =
         lapFraction(s.pit >= 0 ? kStallPct - s.boxDistance / kTrackMetres : s.fraction);
+    fillWorld(out);
     out.sessionTime = t;
     for (float start : {0.0f, 0.35f, 0.7f})
         out.sectorStarts.push_back(start);

@@ -1,4 +1,5 @@
 #include "telemetry/demo_feed.h"
+#include "telemetry/demo_track.h"
 
 #include <gtest/gtest.h>
 
@@ -59,7 +60,6 @@ TEST(DemoFeed, StartsInThePitsOnTheFirstLap) {
     EXPECT_NEAR(start.lastLapTime, 91.6 - 0.5 * std::sin(1.0), 1e-4);
     EXPECT_EQ(start.timeRemain, 2700);
     EXPECT_FLOAT_EQ(start.fuelLevel, 60);
-    EXPECT_EQ(start.worldOk, 0) << "without a map there is no world position";
     const CarRow* player = playerRow(start);
     ASSERT_TRUE(player);
     EXPECT_STREQ(player->driverName, "Morgan Vale");
@@ -76,6 +76,26 @@ TEST(DemoFeed, StartsInThePitsOnTheFirstLap) {
     EXPECT_NEAR(second.lapDistPct, 0.04, 0.001);
     EXPECT_EQ(second.speed, 0);
     EXPECT_EQ(playerRow(second)->trackSurface, 1);
+}
+
+TEST(DemoFeed, TheCarIsWhereTheRoadIs) {
+    const std::vector<DemoTrackPoint>& track = demoTrack();
+    const DemoTrackPoint& last = track.back();
+    EXPECT_NEAR(std::hypot(last.x + last.forwardX, last.y + last.forwardY), 0, 0.05)
+        << "the lap closes";
+    SimFrame before = at(5);
+    for (double t = 5.02; t < 25; t += 0.02) {
+        const SimFrame now = at(t);
+        ASSERT_EQ(now.worldOk, 1);
+        const float way = (now.lapDistPct - before.lapDistPct) * 3000;
+        const float dx = now.worldX - before.worldX, dy = now.worldY - before.worldY;
+        if (way > 0.5f && way < 50) { // out of the pits it is set on the lap
+            EXPECT_NEAR(std::hypot(dx, dy), way, 0.02f);
+            EXPECT_GT(dx * now.forwardX + dy * now.forwardY, 0.98f * way);
+        }
+        EXPECT_NEAR(now.rightX * now.forwardX + now.rightY * now.forwardY, 0, 1e-6);
+        before = now;
+    }
 }
 
 TEST(DemoFeed, StaysPlausibleThroughTheWholeRace) {
