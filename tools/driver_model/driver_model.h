@@ -11,7 +11,6 @@
 #include "telemetry/sim_frame.h"
 
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -85,7 +84,7 @@ struct Car {
     int skill = 1500;
 
     // Where
-    int lap = 0;        // completed laps; -1 before a rolling start's line
+    int lap = 0;        // completed laps; -1 before the line of a race's start
     double s = 0;       // m along the lap, 0..length
     double pct = 0;     // s / length
     double lateral = 0; // m from the centre line, right positive
@@ -94,8 +93,9 @@ struct Car {
 
     // How
     double speed = 0;
-    double latAccel = 0, longAccel = 0, yawRate = 0;       // m/s², rad/s; lateral to the right
-    double slip = 0;                                       // body slip angle, rad
+    double latAccel = 0, longAccel = 0; // m/s²; lateral to the right
+    double yawRate = 0;                 // rad/s, the change of `heading`: positive to the left
+    double slip = 0; // body slip angle, rad: `heading` less the direction of travel
     double throttle = 0, brake = 0, clutch = 0, steer = 0; // steer -1..1, right positive
     double wheelAngle = 0; // rad at the steering wheel, right positive
     int gear = 0;
@@ -131,6 +131,41 @@ struct LapRecord {
     bool valid = true, inLap = false, outLap = false;
 };
 
+/// A path along the circuit, per circuit point: metres right of the centre line, its first and
+/// second derivative along the centre line, the path's own curvature (left positive) and how many
+/// metres of it lie along one metre of the centre line.
+struct RaceLine {
+    std::vector<double> lateral, slope, bend, curvature, stretch;
+};
+
+/// What a driver remembers and wants.
+struct Driver {
+    double pace = 1, lapPace = 1;   // share of the reachable speed: his own, on this lap
+    double lapOffset = 0;           // m beside the line on this lap
+    double slope = 0;               // of the car's lateral place along the circuit
+    double course = 0;              // rad, direction of travel
+    double front = 0, stepTime = 0; // m since the line of lap 0, and when
+    CircuitPoint here;              // the circuit beside the car
+    size_t ringPlace = 0;           // index in Race::ring
+    double lineLateral = 0;         // the racing line beside the car, m
+    double wantSpeed = 0;           // m/s, decided for this step
+    double wantLateral = 0;         // m
+    double wantSlope = 0, wantBend = 0;
+    double lateralGrip = 2.5;             // m/s² for leaving the line
+    bool onLine = true;                   // wantLateral is the racing line
+    double lapStart = 0, sectorStart = 0; // s
+    double lapBurn = 1;                   // multiple of the class's consumption, on this lap
+    int passing = -1, passSide = 0;       // whom and on which side (1 right), or -1
+    double passTime = 0, blockedTime = 0;
+    double waitLeft = 0;   // s to stand: stall, start delay, after a spin
+    double fuelWanted = 0; // litres, at the stop
+    bool served = false;   // has been in its stall on this visit
+    bool inLap = false, outLap = false, started = true;
+    double spinTime = -1, spinTurn = 0, spinShown = 0, offTime = 0; // s, rad; < 0 none
+    double finishTime = 0, finishGap = 0;
+    int finishLaps = 0;
+};
+
 struct Race {
     Settings settings;
     Circuit circuit;
@@ -144,9 +179,15 @@ struct Race {
     std::vector<LapRecord> laps; // of all cars, in the order of their ends
 
     // Kept by the model.
-    std::mt19937 random;
-    std::vector<double> state;               // what each driver remembers
-    std::vector<std::vector<double>> speeds; // per class: reachable speed per circuit point, m/s
+    RaceLine line, centre;
+    std::vector<std::vector<double>> speeds;       // per class: along the line, per point, m/s
+    std::vector<std::vector<double>> centreSpeeds; // the same along the centre line
+    std::vector<double> lapTimes;                  // per class: of a lap at those speeds, s
+    std::vector<Driver> drivers;                   // as `cars`
+    std::vector<int> ring, order;                  // cars by their place on the road, by their rank
+    std::vector<double> frontTimes; // when the first car was at each 10 m since the line, s
+    std::vector<int> faultStates;   // 0 to come, 1 happening, 2 over
+    double startTime = 0;           // s, of the green light
 };
 
 Race startRace(const Settings& settings, const Circuit& circuit);

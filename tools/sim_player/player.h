@@ -42,6 +42,7 @@ struct Command {
     int (*run)(const Options&);
     double hz;               // the sim's own rate
     const char* processName; // the player runs under this name; null = its own
+    bool model = true;       // drives the model where there is no FILE
 };
 
 /// Runs until `seconds` are over or a signal asks to end, calling `tick(n)` `hz` times a second on
@@ -74,6 +75,9 @@ private:
 /// Waits until the monotonic time in seconds. False when the player should end.
 bool waitUntil(double deadline);
 double monotonicSeconds();
+
+/// Prints the race as lines of numbers instead of playing it, as fast as it goes.
+int printModel(const Options& options);
 
 int playIRacing(const Options& options);
 int playLmu(const Options& options);

@@ -1,0 +1,64 @@
+#include "player.h"
+
+#include <cstdio>
+
+namespace player {
+
+namespace {
+
+bool findCircuit(const std::string& name, model::Circuit& out) {
+    out = model::builtInCircuit(name);
+    if (!out.points.empty()) return true;
+    std::string error;
+    if (name.size() > 4 && name.ends_with(".csv")) {
+        if (model::loadCircuit(name, out, error)) return true;
+        std::fprintf(stderr, "sim_player: %s\n", error.c_str());
+        return false;
+    }
+    std::fprintf(stderr, "sim_player: there is no circuit \"%s\"; it is a .csv file or one of",
+                 name.c_str());
+    for (const std::string& known : model::builtInCircuitNames())
+        std::fprintf(stderr, " %s", known.c_str());
+    std::fprintf(stderr, "\n");
+    return false;
+}
+
+} // namespace
+
+int playModel(const Options& options, const char* simName,
+              const std::function<bool(const model::Race&)>& publish) {
+    model::Circuit circuit;
+    if (!findCircuit(options.circuit, circuit)) return 1;
+    model::Race race = model::startRace(options.model, circuit);
+    model::stepRace(race, options.skip);
+    std::printf("%s: %zu car%s on \"%s\", %.0f m, %.4g samples a second; Ctrl+C ends it\n", simName,
+                race.cars.size(), race.cars.size() == 1 ? "" : "s", circuit.name.c_str(),
+                circuit.length, options.hz);
+    std::fflush(stdout);
+    everyTick(options, [&](int64_t n) {
+        if (n > 0) model::stepRace(race, options.speed / options.hz);
+        return publish(race);
+    });
+    return 0;
+}
+
+int printModel(const Options& options) {
+    model::Circuit circuit;
+    if (!findCircuit(options.circuit, circuit)) return 1;
+    model::Race race = model::startRace(options.model, circuit);
+    model::stepRace(race, options.skip);
+    std::printf("time,car,lap,s,lateral,x,y,heading,speed,lat,long,yaw_rate,throttle,brake,wheel,"
+                "gear,rpm,fuel,position,gap,pit,tyre_lf,kerb,off\n");
+    const double until = options.seconds > 0 ? options.seconds : 300;
+    for (double t = 0; t < until; t += 1 / options.hz, model::stepRace(race, 1 / options.hz))
+        for (const model::Car& c : race.cars)
+            std::printf("%.3f,%d,%d,%.2f,%.3f,%.2f,%.2f,%.4f,%.3f,%.3f,%.3f,%.4f,%.3f,%.3f,%.3f,%d,"
+                        "%.0f,%.3f,%d,%.3f,%d,%.1f,%d,%d\n",
+                        race.time, c.index, c.lap, c.s, c.lateral, c.x, c.y, c.heading, c.speed,
+                        c.latAccel, c.longAccel, c.yawRate, c.throttle, c.brake, c.wheelAngle,
+                        c.gear, c.rpm, c.fuel, c.position, c.gapToLeader, static_cast<int>(c.pit),
+                        c.wheels[0].tempC, c.wheels[0].onKerb, c.offTrack);
+    return 0;
+}
+
+} // namespace player
