@@ -20,7 +20,7 @@ struct BeamNgPacket {
     float speed;                   // m/s
     uint8_t unused40[4];
     float longAccel; // m/s²
-    float latAccel;  // m/s², positive to the left
+    float latAccel;  // m/s², positive to the right
     uint8_t unused52[108];
     char vehicle[32]; // may lack its terminator
     uint8_t unused192[4];

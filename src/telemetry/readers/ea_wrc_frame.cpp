@@ -10,10 +10,6 @@ namespace vt {
 
 namespace {
 
-// The channel that the program takes as forward: the second of the three accelerations.
-constexpr size_t kLongAccelOffset = offsetof(EaWrcPacket, vehicle_acceleration_y);
-static_assert(kLongAccelOffset == 52);
-
 constexpr float kMaxStageTime = 36000;      // s
 constexpr double kMaxStageLength = 1000000; // m
 
@@ -123,7 +119,7 @@ void fillEaWrcFrame(SimFrame& frame, ByteView bytes, MapFrame& mapFrame, const E
     frame.gear = gearOf(p);
     fillShiftLights(frame, p);
     frame.latAccel = p.vehicle_acceleration_x;
-    frame.longAccel = readAt<float>(bytes, kLongAccelOffset);
+    frame.longAccel = readAt<float>(bytes, kEaWrcLongAccelOffset);
     copyText(frame.carModel, "eawrc");
     fillPlace(frame, p, mapFrame);
     fillStage(frame, p, ids);

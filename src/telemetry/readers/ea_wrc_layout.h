@@ -51,6 +51,10 @@ struct EaWrcPacket {
 
 inline constexpr size_t kEaWrcPacketBytes = 201;
 
+/// The channel that is taken for the longitudinal acceleration.
+inline constexpr size_t kEaWrcLongAccelOffset = offsetof(EaWrcPacket, vehicle_acceleration_y);
+static_assert(kEaWrcLongAccelOffset == 52);
+
 /// One channel of the packet as the game's packet file names it, with its place.
 struct EaWrcChannel {
     const char* name;

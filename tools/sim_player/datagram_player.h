@@ -1,0 +1,41 @@
+// What the writers of datagrams share.
+#pragma once
+#include "player.h"
+
+#include <cstdio>
+#include <vector>
+
+namespace player {
+
+/// The hostile datagrams that `--flood` asks for, spread over the ticks.
+struct Flood {
+    double debt = 0;
+    void tick(Sender& sender, const Options& options) {
+        debt += options.flood / options.hz;
+        const int count = static_cast<int>(debt);
+        debt -= count;
+        if (count > 0) sender.sendHostile(count);
+    }
+};
+
+inline uint16_t portOf(const Options& options, uint16_t simPort) {
+    return options.port ? options.port : simPort;
+}
+
+/// Rally drives a stage where nothing else was asked for.
+inline Options onStage(Options options) {
+    if (options.circuit == Options().circuit) options.circuit = "stage";
+    return options;
+}
+
+inline float asFloat(double value) {
+    return static_cast<float>(value);
+}
+
+template <size_t N>
+void copyVector(float (&out)[N], const double (&from)[N], double scale = 1) {
+    for (size_t i = 0; i < N; ++i)
+        out[i] = asFloat(from[i] * scale);
+}
+
+} // namespace player
