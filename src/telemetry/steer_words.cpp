@@ -6,8 +6,14 @@
 
 namespace vt {
 
+namespace {
+
+constexpr float kLargestInput = 1000; // beyond it the number is damaged; angles stay finite
+
+} // namespace
+
 void steerApply(SteerWords& words, SimFrame& frame, float input) {
-    if (!std::isfinite(input)) input = 0;
+    if (!(std::abs(input) < kLargestInput)) input = 0; // also what is not a number
     words.steerRawX10000 = static_cast<int32_t>(std::clamp(input, -1.5f, 1.5f) * 10000.0f);
     const int32_t rotation = words.steerRotationDeg;
     frame.steerAngleOk = rotation >= kSteerRotationMin;
