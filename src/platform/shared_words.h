@@ -16,9 +16,9 @@ public:
     SharedWords(const SharedWords&) = delete;
     SharedWords& operator=(const SharedWords&) = delete;
 
-    /// Opens the object, or makes it with zeroes. One that no living program holds is emptied
-    /// first: a killed holder must not keep its lock for ever. False when it cannot be had or is
-    /// too short.
+    /// Opens the object, or makes it with zeroes. The words of one that no living program holds are
+    /// set to 0 first: a killed holder must not keep its lock for ever. False when it cannot be
+    /// had, or when others hold it and it is too short. At most 1024 words.
     bool openOrCreate(std::string_view name, size_t count);
     /// Removes the object when nobody else holds it.
     void close();
