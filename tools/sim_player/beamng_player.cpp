@@ -43,12 +43,10 @@ int playBeamNg(const Options& options) {
         std::fprintf(stderr, "sim_player: the mod's versions are 3 to 6\n");
         return 2;
     }
-    Sender sender(options, portOf(options, vt::kBeamNgPort));
-    Flood flood;
+    Sender sender(options, vt::kBeamNgPort);
     return playModel(options, "BeamNG", [&](const model::Race& race) {
         const vt::BeamNgPacket packet = packetOf(race, version);
         sender.send(&packet, length);
-        flood.tick(sender, options);
         return true;
     });
 }

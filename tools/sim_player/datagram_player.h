@@ -7,21 +7,6 @@
 
 namespace player {
 
-/// The hostile datagrams that `--flood` asks for, spread over the ticks.
-struct Flood {
-    double debt = 0;
-    void tick(Sender& sender, const Options& options) {
-        debt += options.flood / options.hz;
-        const int count = static_cast<int>(debt);
-        debt -= count;
-        if (count > 0) sender.sendHostile(count);
-    }
-};
-
-inline uint16_t portOf(const Options& options, uint16_t simPort) {
-    return options.port ? options.port : simPort;
-}
-
 /// Rally drives a stage where nothing else was asked for.
 inline Options onStage(Options options) {
     if (options.circuit == Options().circuit) options.circuit = "stage";

@@ -35,10 +35,9 @@ int playRecording(const Options& options) {
     std::printf("DiRT Rally 2.0: %zu datagrams of %s\n", packets.size() / vt::kDirtRally2LongBytes,
                 options.file.c_str());
     std::fflush(stdout);
-    Sender sender(options, portOf(options, vt::kDirtRally2Port));
+    Sender sender(options, vt::kDirtRally2Port);
     const double start = monotonicSeconds();
     const double rate = options.speed > 0 ? options.speed : 1;
-    Flood flood;
     for (double at = start;; at += kLoopPause) {
         for (size_t i = 0; i < packets.size(); i += vt::kDirtRally2LongBytes) {
             if (i > 0) {
@@ -49,7 +48,6 @@ int playRecording(const Options& options) {
             if (options.seconds > 0 && at - start >= options.seconds) return 0;
             if (!waitUntil(at)) return 0;
             sender.send(packets.data() + i, vt::kDirtRally2LongBytes);
-            flood.tick(sender, options);
         }
     }
 }
@@ -97,12 +95,10 @@ int playDirtRally2(const Options& options) {
     if (!options.file.empty()) return playRecording(options);
     const size_t length =
         options.extra == "short" ? vt::kDirtRally2ShortBytes : vt::kDirtRally2LongBytes;
-    Sender sender(options, portOf(options, vt::kDirtRally2Port));
-    Flood flood;
+    Sender sender(options, vt::kDirtRally2Port);
     return playModel(onStage(options), "DiRT Rally 2.0", [&](const model::Race& race) {
         const vt::DirtRally2Packet packet = packetOf(race);
         sender.send(&packet, length);
-        flood.tick(sender, options);
         return true;
     });
 }

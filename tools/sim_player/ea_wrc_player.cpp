@@ -58,12 +58,10 @@ vt::EaWrcPacket packetOf(const model::Race& race) {
 } // namespace
 
 int playEaWrc(const Options& options) {
-    Sender sender(options, portOf(options, vt::kEaWrcPort));
-    Flood flood;
+    Sender sender(options, vt::kEaWrcPort);
     return playModel(onStage(options), "EA Sports WRC", [&](const model::Race& race) {
         const vt::EaWrcPacket packet = packetOf(race);
         sender.send(&packet, sizeof packet);
-        flood.tick(sender, options);
         return true;
     });
 }

@@ -1,5 +1,6 @@
 // F1: the driver model in the game's datagrams. `--extra 2023` to `--extra 2026` chooses the format
 // (2025); `--extra 2021` sends that of an older game, whose header is shorter.
+#include "base/utf8.h"
 #include "datagram_player.h"
 #include "telemetry/reader_parts.h"
 #include "telemetry/readers/f1_layout.h"
@@ -31,9 +32,7 @@ constexpr Format kFormats[] = {
 class F1Writer {
 public:
     F1Writer(const Options& options, const Format& format)
-        : format_(format), sender_(options, portOf(options, vt::kF1Port)) {}
-
-    Sender& sender() { return sender_; }
+        : format_(format), sender_(options, vt::kF1Port) {}
 
     void send(const model::Race& race) {
         race_ = &race;
@@ -114,7 +113,7 @@ private:
         s.trackTemperature = static_cast<int8_t>(settings.trackTemp);
         s.airTemperature = static_cast<int8_t>(settings.airTemp);
         s.totalLaps = static_cast<uint8_t>(std::clamp(settings.laps, 0, 255));
-        s.trackLength = static_cast<uint16_t>(race_->circuit.length);
+        s.trackLength = static_cast<uint16_t>(std::lround(race_->circuit.length));
         s.sessionType = settings.session == model::SessionKind::practice     ? format_.practice
                         : settings.session == model::SessionKind::qualifying ? format_.qualifying
                                                                              : format_.race;
@@ -174,8 +173,9 @@ private:
             const size_t at = head_ + 1 + slotOf(i) * stride;
             put(at, record);
             const size_t room = stride == 57 ? 32 : 48; // 2025 shortened the names
-            const std::string name = (from.firstName + " " + from.lastName).substr(0, room - 1);
-            std::memcpy(packet_.data() + at + sizeof record, name.data(), name.size());
+            const std::string name = from.firstName + " " + from.lastName;
+            std::memcpy(packet_.data() + at + sizeof record, name.data(),
+                        vt::utf8CutLength(name, room - 1));
             packet_[at + sizeof record + room] = 1; // the telemetry is public
         }
         end();
@@ -242,10 +242,8 @@ int playF1(const Options& options) {
     for (const Format& format : kFormats) {
         if (format.year != year) continue;
         F1Writer writer(options, format);
-        Flood flood;
         return playModel(options, "F1", [&](const model::Race& race) {
             writer.send(race);
-            flood.tick(writer.sender(), options);
             return true;
         });
     }

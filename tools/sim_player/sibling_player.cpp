@@ -111,7 +111,7 @@ class Forwarder {
 public:
     Forwarder(const Options& options, int32_t gameId) {
         for (const ServedPort& served : kServedPorts)
-            if (served.gameId == gameId) port_ = portOf(options, served.port);
+            if (served.gameId == gameId) port_ = options.port ? options.port : served.port;
         // F1's port is shared and open to consoles.
         open_ = gameId == vt::kSiblingF1;
     }
