@@ -1,0 +1,146 @@
+// The readers of datagrams and the program that plays the sims, in processes of their own.
+#include "platform/process_list.h"
+#include "support/child_process.h"
+#include "support/udp_desk.h"
+#include "telemetry/readers/dirt_rally2_reader.h"
+#include "telemetry/readers/ea_wrc_reader.h"
+#include "telemetry/readers/f1_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace vt {
+namespace {
+
+using test::ChildProcess;
+
+std::string playerProgram() {
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    return (self.parent_path().parent_path() / "tools" / "sim_player").string();
+}
+
+class PlayedDatagrams : public testing::Test {
+protected:
+    test::UdpDesk desk_;
+    SimFrame frame_;
+    const std::string suffix_ = "_test" + std::to_string(getpid());
+    const std::string map_ = kSiblingMapName + suffix_;
+
+    void SetUp() override {
+        if (access(playerProgram().c_str(), X_OK) != 0)
+            GTEST_SKIP() << "sim_player is not built beside the tests";
+        // The sibling forwards to the next port up.
+        UdpSocket a, b;
+        for (int i = 0; i < 100 && !b.isOpen(); ++i)
+            if (a.open(0)) b.open(static_cast<uint16_t>(a.port() + 1));
+        ASSERT_TRUE(b.isOpen());
+        desk_.place = {a.port(), b.port(), 300, map_.c_str()};
+        desk_.context.lister = listProcessNames;
+    }
+    void TearDown() override {
+        unlink(("/dev/shm/" + std::string(sharedObjectName(map_))).c_str());
+    }
+
+    std::vector<std::string> words(const std::string& sim, std::vector<std::string> more = {}) {
+        std::vector<std::string> all = {
+            playerProgram(), sim, "--port", std::to_string(desk_.place.port), "--suffix", suffix_};
+        all.insert(all.end(), more.begin(), more.end());
+        return all;
+    }
+
+    static bool within(int milliseconds, const auto& condition) {
+        for (int i = 0; i < milliseconds / 5; ++i, usleep(5000))
+            if (condition()) return true;
+        return false;
+    }
+    bool connect(SimReader& reader) {
+        return within(5000, [&] { return reader.open(); }) &&
+               within(2000, [&] { return desk_.poll(reader, frame_) && frame_.rpm > 0; });
+    }
+    /// The list of programs is looked at every three seconds of the hand-turned clock.
+    bool within3s(SimReader& reader, const auto& condition) {
+        return within(5000, [&] {
+            desk_.poll(reader, frame_);
+            if (condition()) return true;
+            advance(desk_.clock, 0.5);
+            return false;
+        });
+    }
+};
+
+TEST_F(PlayedDatagrams, TheSiblingTakesThePortAndDiesWithIt) {
+    ChildProcess sim(words("dirtrally2"));
+    DirtRally2Reader reader(desk_.context, desk_.place);
+    ASSERT_TRUE(connect(reader));
+    EXPECT_FALSE(reader.stage().forwarded());
+    {
+        ChildProcess sibling(words("sibling", {"--extra", "game=10,serving=1"}));
+        ASSERT_TRUE(within3s(reader, [&] { return reader.stage().forwarded(); }));
+        EXPECT_EQ(reader.stage().port(), desk_.place.forwardedPort);
+        ASSERT_TRUE(sibling.waitFor("serving port", 5000)) << "it found the port free";
+        EXPECT_TRUE(within(2000, [&] { return desk_.poll(reader, frame_); }))
+            << "forwarded datagrams arrive";
+        EXPECT_TRUE(reader.isConnected());
+        sibling.signal(SIGKILL);
+    }
+    ASSERT_TRUE(within3s(reader, [&] { return !reader.stage().forwarded(); }));
+    EXPECT_EQ(reader.stage().port(), desk_.place.port);
+    EXPECT_TRUE(within(2000, [&] { return desk_.poll(reader, frame_); }));
+}
+
+TEST_F(PlayedDatagrams, ARaceOfF1ComesOutAsItWasDriven) {
+    ChildProcess sim(words("f1", {"--cars", "22", "--skip", "120", "--laps", "12"}));
+    F1Reader reader(desk_.context, desk_.place);
+    ASSERT_TRUE(connect(reader));
+    ASSERT_TRUE(within(5000, [&] {
+        return desk_.poll(reader, frame_) && !frame_.cars.empty() && frame_.trackLength > 0;
+    }));
+    EXPECT_EQ(frame_.cars.size(), 22u);
+    EXPECT_STREQ(frame_.sessionName, "Race");
+    EXPECT_EQ(frame_.timedSession, 0);
+    EXPECT_GT(frame_.lapsRemain, 0);
+    EXPECT_LE(frame_.lapsRemain, 12);
+    std::vector<int> seen(23);
+    for (const CarRow& car : frame_.cars) {
+        ASSERT_TRUE(car.position >= 1 && car.position <= 22);
+        ++seen[static_cast<size_t>(car.position)];
+        EXPECT_NE(car.driverName[0], '\0');
+        EXPECT_GT(car.carNumberValue, 0);
+    }
+    for (int position = 1; position <= 22; ++position)
+        EXPECT_EQ(seen[static_cast<size_t>(position)], 1) << position;
+    const CarRow* player = playerRow(frame_);
+    ASSERT_NE(player, nullptr);
+    EXPECT_EQ(player->lap, frame_.lap);
+    EXPECT_GT(frame_.maxRpm, frame_.rpm * 0.9f);
+    EXPECT_GT(frame_.fuelLevel, 0);
+    EXPECT_GE(frame_.ersStore, 0);
+}
+
+TEST_F(PlayedDatagrams, AnOlderGamesFormatIsRefused) {
+    ChildProcess sim(words("f1", {"--extra", "2021"}));
+    ASSERT_TRUE(sim.waitFor("F1", 5000));
+    F1Reader reader(desk_.context, desk_.place);
+    EXPECT_FALSE(reader.open());
+}
+
+TEST_F(PlayedDatagrams, AStageUnderAFlood) {
+    ChildProcess sim(words("eawrc", {"--flood", "3000", "--skip", "20", "--lose", "0.1"}));
+    EaWrcReader reader(desk_.context, desk_.place);
+    ASSERT_TRUE(connect(reader));
+    int frames = 0;
+    for (int i = 0; i < 20; ++i) {
+        usleep(33'000);
+        frames += desk_.poll(reader, frame_);
+    }
+    EXPECT_GE(frames, 15);
+    EXPECT_TRUE(reader.isConnected());
+}
+
+} // namespace
+} // namespace vt
