@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -54,6 +55,23 @@ bool parseJson(std::string_view text, nlohmann::json& out) {
     if (!out.is_discarded()) return true;
     out = nullptr;
     return false;
+}
+
+bool jsonDepthWithin(std::string_view text, int limit) {
+    int depth = 0, deepest = 0;
+    bool quoted = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (quoted && c == '\\')
+            ++i;
+        else if (c == '"')
+            quoted = !quoted;
+        else if (!quoted && (c == '{' || c == '['))
+            deepest = std::max(deepest, ++depth);
+        else if (!quoted && (c == '}' || c == ']'))
+            --depth;
+    }
+    return deepest <= limit;
 }
 
 std::string dumpJson(const nlohmann::json& document) {

@@ -19,6 +19,10 @@ std::string readString(const nlohmann::json& object, const char* key, std::strin
 /// False, and `out` null, when `text` is not one JSON document.
 bool parseJson(std::string_view text, nlohmann::json& out);
 
+/// False for brackets nested deeper than `limit`: the JSON library walks a document by recursion
+/// when it copies or writes it, so a file of nothing but brackets would exhaust the stack.
+bool jsonDepthWithin(std::string_view text, int limit);
+
 /// Indent of 2, invalid UTF-8 replaced by U+FFFD, so that it never throws.
 std::string dumpJson(const nlohmann::json& document);
 

@@ -16,6 +16,15 @@ bool readFile(const std::string& path, std::string& out, size_t limit = 64u << 2
 /// one, whole, whatever happens. False leaves the old one.
 bool writeFileAtomic(const std::string& path, std::string_view bytes);
 
+/// For files that other programs own: writes `<path><suffix>` beside the file that `path` leads to
+/// (links are followed), counts what arrived, flushes it and renames it over that file, whose
+/// permissions stay. A file that nobody may write stays as it is, even for an administrator. False
+/// leaves the old file, and no new one beside it.
+bool replaceFile(const std::string& path, const char* suffix, std::string_view bytes);
+
+/// False when `to` exists already, which then stays as it was, or when the copy is not whole.
+bool copyFileNew(const std::string& from, const std::string& to);
+
 /// One write of `text` at the end of the file, which is made when missing; lines of several threads
 /// and programs do not mix.
 bool appendFile(const std::string& path, std::string_view text);
@@ -24,12 +33,16 @@ bool appendFile(const std::string& path, std::string_view text);
 bool makeFolders(const std::string& path);
 
 bool fileExists(const std::string& path);
+bool folderExists(const std::string& path);
+/// Anything at all: a file, a folder, a device.
+bool pathExists(const std::string& path);
 bool removeFile(const std::string& path);
 
 struct FolderEntry {
     std::string name;
     bool isFolder = false;
     uint64_t size = 0;
+    int64_t modifiedNs = 0; // last change, nanoseconds since 1970
 };
 
 /// Sorted by name, without "." and "..". Empty when the folder cannot be read.

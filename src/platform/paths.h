@@ -1,6 +1,8 @@
 // Where things lie. All paths are UTF-8 with forward slashes and without a slash at the end.
 #pragma once
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace vt {
 
@@ -12,6 +14,18 @@ std::string roamingFolder();
 std::string appDataFolder();
 
 std::string documentsFolder();
+
+/// Where a game may keep what it calls the user's documents: the user's own folder first, then
+/// those of the compatibility layers that run the game with that number in its shop. Folders of
+/// layers exist; the user's own may not.
+std::vector<std::string> gameDocumentsFolders(uint32_t appId);
+
+/// The same for a game's local data (`LOCALAPPDATA` of the environment first, where it is set).
+std::vector<std::string> gameLocalDataFolders(uint32_t appId);
+
+/// A text that a game keeps in the current user's registry, from the first layer that has it; empty
+/// when none does. `key` is written with single backslashes, upper and lower case count as one.
+std::string gameRegistryText(uint32_t appId, const std::string& key, const std::string& name);
 
 /// Folder of the running program's file.
 std::string programFolder();

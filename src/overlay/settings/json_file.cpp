@@ -5,32 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-
 namespace vt {
 
 namespace {
 
-/// The JSON library walks a document by recursion when it copies or writes it, so a file of
-/// nothing but brackets would exhaust the stack. No file of ours comes near this.
-constexpr int kMaxDepth = 200;
-
-bool depthWithinLimit(std::string_view text) {
-    int depth = 0, deepest = 0;
-    bool quoted = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (quoted && c == '\\')
-            ++i;
-        else if (c == '"')
-            quoted = !quoted;
-        else if (!quoted && (c == '{' || c == '['))
-            deepest = std::max(deepest, ++depth);
-        else if (!quoted && (c == '}' || c == ']'))
-            --depth;
-    }
-    return deepest <= kMaxDepth;
-}
+constexpr int kMaxDepth = 200; // no file of ours comes near this
 
 } // namespace
 
@@ -39,7 +18,7 @@ JsonFile readJsonFile(const std::string& path, nlohmann::json& root) {
     root = nlohmann::json::object();
     if (!readFile(path, text)) return JsonFile::missing;
     nlohmann::json parsed;
-    if (!depthWithinLimit(text) || !parseJson(text, parsed) || !parsed.is_object())
+    if (!jsonDepthWithin(text, kMaxDepth) || !parseJson(text, parsed) || !parsed.is_object())
         return JsonFile::damaged;
     root = std::move(parsed);
     return JsonFile::good;
