@@ -3,6 +3,7 @@
 #include "overlay/overlays/delta_trace_overlay.h"
 #include "overlay/overlays/relative_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
+#include "overlay/overlays/track_map_overlay.h"
 #include "overlay/overlays/track_strip_overlay.h"
 #include "overlay/settings/slots.h"
 
@@ -19,9 +20,8 @@ std::unique_ptr<OverlayWindow> make(OverlayHost& host) {
 
 const std::vector<OverlayKind>& overlayKinds() {
     static const std::vector<OverlayKind> kinds = {
-        {kSlotRelative, make<RelativeOverlay>},
-        {kSlotStandings, make<StandingsOverlay>},
-        {kSlotDeltaTrace, make<DeltaTraceOverlay>},
+        {kSlotRelative, make<RelativeOverlay>},     {kSlotStandings, make<StandingsOverlay>},
+        {kSlotTrackMap, make<TrackMapOverlay>},     {kSlotDeltaTrace, make<DeltaTraceOverlay>},
         {kSlotTrackStrip, make<TrackStripOverlay>},
     };
     return kinds;

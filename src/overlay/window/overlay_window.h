@@ -14,6 +14,7 @@
 #include "telemetry/sim_frame.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -24,6 +25,13 @@
 namespace vt {
 
 class OverlayWindow;
+
+/// Where maps of tracks lie, and the word that asks the reader for positions on the globe.
+struct TrackFiles {
+    std::string dataDir; // ships with the program
+    std::string baseDir; // the program's data folder
+    std::atomic<uint32_t>* wantsGps = nullptr;
+};
 
 /// What all overlays share: made once by the driver, outlives them.
 struct OverlayHost {
@@ -51,6 +59,7 @@ struct OverlayHost {
     const SimFrame* tickFrame = nullptr;
     /// One finished line of the performance log; empty while no such log is open.
     std::function<void(std::string_view)> perfLine{};
+    TrackFiles tracks{};
 };
 
 /// The common settings as they were when the tick began.
