@@ -1,6 +1,7 @@
 // A race of the driver model in the words of the Assetto Corsa family: its shared pages and the
 // messages of ACC's broadcasting port.
 #pragma once
+#include "base/utf8.h"
 #include "driver_model/driver_model.h"
 #include "support/acc_server.h"
 #include "telemetry/reader_parts.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 namespace vt::test {
@@ -18,10 +18,16 @@ inline constexpr int32_t kAcNoLapMs = 3'600'000;  // what AC and AC Rally show f
 inline constexpr float kModelMaxBoost = 1.2f;
 inline constexpr int32_t kModelTcLevel = 3, kModelAbsLevel = 4;
 
-inline void setAcText(char16_t (&field)[kAcTextLength], const std::string& ascii) {
-    for (size_t i = 0; i < kAcTextLength; ++i)
-        field[i] = i < ascii.size() ? static_cast<unsigned char>(ascii[i]) : u'\0';
-    field[kAcTextLength - 1] = 0;
+inline void setAcText(char16_t (&field)[kAcTextLength], const std::string& text) {
+    size_t length = 0;
+    for (size_t at = 0; at < text.size();) {
+        const uint32_t point = utf8Next(text, at);
+        const size_t units = point > 0xFFFF ? 2 : 1;
+        if (length + units >= kAcTextLength) break;
+        if (units == 2) field[length++] = static_cast<char16_t>(0xD7C0 + (point >> 10));
+        field[length++] = static_cast<char16_t>(units == 2 ? 0xDC00 + (point & 0x3FF) : point);
+    }
+    std::fill(field + length, field + kAcTextLength, u'\0');
 }
 
 /// Milliseconds, `none` for a time that is not there.
@@ -160,9 +166,6 @@ inline AccCar modelAccCar(const model::Car& car) {
     out.raceNumber = car.number;
     out.cupCategory = 0;
     out.currentDriver = 0;
-    std::snprintf(out.firstName, sizeof out.firstName, "%s", car.firstName.c_str());
-    std::snprintf(out.surname, sizeof out.surname, "%s", car.lastName.c_str());
-    std::snprintf(out.shortName, sizeof out.shortName, "%s", car.shortName.c_str());
     out.driverIndex = 0;
     out.driverCount = 1;
     out.gear = car.gear + 2;
@@ -198,9 +201,11 @@ inline void fillModelWorld(const model::Race& race, AccWorld& out) {
     now.wetness = now.rain;
     now.bestLapMs = -1;
     out.cars.clear();
+    out.drivers.clear();
     for (const model::Car& car : race.cars) {
         if (out.cars.size() == static_cast<size_t>(kAccMaxCars)) break;
         out.cars.push_back(modelAccCar(car));
+        out.drivers.push_back({car.firstName, car.lastName, car.shortName});
         const int32_t best = out.cars.back().bestLapMs;
         if (best > 0 && (now.bestLapMs < 0 || best < now.bestLapMs)) now.bestLapMs = best;
     }

@@ -142,7 +142,8 @@ inline AccClientMessage accReadClient(ByteView bytes) {
 /// What the server tells.
 struct AccWorld {
     AccRealtime realtime;
-    std::vector<AccCar> cars; // with the names of the current driver
+    std::vector<AccCar> cars;
+    std::vector<AccDriverNames> drivers; // beside `cars`; those without one have the car's names
     std::string track = "club";
     int32_t trackId = 3, trackMeters = 3000;
 };
@@ -248,8 +249,12 @@ private:
         for (const AccCar& car : world.cars)
             indices.push_back(car.carIndex);
         send(to, accEntryList(id, indices));
-        for (const AccCar& car : world.cars)
-            send(to, accEntryCar(car, {{car.firstName, car.surname, car.shortName}}));
+        for (size_t i = 0; i < world.cars.size(); ++i) {
+            const AccCar& car = world.cars[i];
+            AccDriverNames names{car.firstName, car.surname, car.shortName};
+            if (i < world.drivers.size()) names = world.drivers[i];
+            send(to, accEntryCar(car, {names}));
+        }
     }
 
     int fd_ = -1;
