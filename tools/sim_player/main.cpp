@@ -22,6 +22,7 @@ constexpr Command kCommands[] = {
     {"acc", nullptr, playAcc, 60, "AC2-Win64-Shipping.exe"},
     {"ac", nullptr, playAc, 60, "acs.exe"},
     {"acrally", nullptr, playAcRally, 60, "acr.exe"},
+    {"acevo", nullptr, playAcEvo, 60, "AssettoCorsaEVO.exe"},
     {"csv", nullptr, printModel, 20, nullptr},
 };
 

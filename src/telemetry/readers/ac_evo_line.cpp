@@ -62,7 +62,7 @@ AcEvoLineStep acEvoLineStep(AcEvoLine& line, float npos, int32_t laps, bool lear
     step.held = line.heldEnd || line.heldStart;
     line.started = true;
     line.laps = laps;
-    line.position = position;
+    line.position = step.position;
     return step;
 }
 

@@ -15,7 +15,7 @@ struct AcEvoLine {
     bool refused = false;
     bool started = false; // the two below hold the last page's
     int32_t laps = 0;
-    float position = 0;     // from the line, before any hold
+    float position = 0;     // as it was given out
     bool heldEnd = false;   // the position wrapped, the lap count did not yet
     bool heldStart = false; // the other way round
 };

@@ -11,6 +11,8 @@ namespace {
 
 constexpr float kPlayerWithin = 3;   // m from the slot's place to the middle of the player's car
 constexpr float kMovedLeast = 0.05f; // m between two polls
+constexpr float kPageAge = 0.15f;    // s that the places may be older than the tyres' points
+constexpr int kRivalPolls = 15;      // in a row, until a closer slot is believed
 
 using Place = float[3];
 
@@ -23,7 +25,7 @@ float distance(const Place& a, const Place& b) {
     return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
 }
 
-int playerSlot(const AcEvoGraphics& graphics, const AcEvoGeometry& geometry) {
+int nearestSlot(const AcEvoGraphics& graphics, const AcEvoGeometry& geometry) {
     int slot = -1;
     float nearest = kPlayerWithin;
     for (int i = 0; i < kAcMaxCars; ++i) {
@@ -34,6 +36,21 @@ int playerSlot(const AcEvoGraphics& graphics, const AcEvoGeometry& geometry) {
         slot = i;
     }
     return slot;
+}
+
+// The places come with a slower page than the tyres' points: at speed the player's is metres behind
+// him, and the car in front seems closer. So he keeps his slot while it can be his at all, unless
+// another one stays closer.
+int followPlayer(AcEvoCars& cars, const AcEvoGraphics& graphics, const AcEvoGeometry& geometry,
+                 float speed) {
+    const int nearest = nearestSlot(graphics, geometry);
+    const bool plausible = cars.player >= 0 && filled(graphics.carPosition[cars.player]) &&
+                           distance(graphics.carPosition[cars.player], geometry.centre) <
+                               kPlayerWithin + speed * kPageAge;
+    cars.rivalPolls = nearest >= 0 && nearest == cars.rival ? cars.rivalPolls + 1 : 1;
+    cars.rival = nearest;
+    if (!plausible || (nearest >= 0 && cars.rivalPolls >= kRivalPolls)) cars.player = nearest;
+    return cars.player;
 }
 
 void noteMoves(AcEvoCars& cars, const AcEvoGraphics& graphics, int player) {
@@ -47,10 +64,12 @@ void noteMoves(AcEvoCars& cars, const AcEvoGraphics& graphics, int player) {
     cars.seen = true;
 }
 
-void fillOtherRow(SimFrame& out, int slot, const Place& place, const AcEvoGeometry& geometry) {
+void fillOtherRow(SimFrame& out, int slot, const AcEvoGraphics& graphics,
+                  const AcEvoGeometry& geometry) {
+    const Place& player = graphics.carPosition[out.playerCarIdx];
     float ahead = 0, aside = 0;
     for (int i = 0; i < 3; ++i) {
-        const float away = place[i] - geometry.centre[i];
+        const float away = graphics.carPosition[slot][i] - player[i];
         ahead += away * geometry.forward[i];
         aside += away * geometry.right[i];
     }
@@ -85,7 +104,7 @@ void acEvoFillRows(SimFrame& out, AcEvoCars& cars, const AcEvoGraphics& graphics
     if (!(out.trackLength > 1) || !geometry.ok) return;
     out.wheelBase = geometry.wheelBase;
     out.trackWidth = geometry.trackWidth;
-    const int player = playerSlot(graphics, geometry);
+    const int player = followPlayer(cars, graphics, geometry, out.speed);
     if (player < 0) return;
     noteMoves(cars, graphics, player);
     if (!cars.live) return;
@@ -95,7 +114,7 @@ void acEvoFillRows(SimFrame& out, AcEvoCars& cars, const AcEvoGraphics& graphics
                            : kAcMaxCars;
     for (int i = 0; i < active; ++i)
         if (i != player && filled(graphics.carPosition[i]))
-            fillOtherRow(out, i, graphics.carPosition[i], geometry);
+            fillOtherRow(out, i, graphics, geometry);
 }
 
 } // namespace vt

@@ -9,6 +9,9 @@ namespace vt {
 struct AcEvoCars {
     bool live = false; // another car has moved: the coordinates mean something
     bool seen = false;
+    int player = -1;    // slot; -1 = not found yet
+    int rival = -1;     // a slot that has lately been closer,
+    int rivalPolls = 0; // for so many polls in a row
     float last[kAcMaxCars][3] = {};
 };
 
