@@ -48,14 +48,25 @@ void addArc(std::vector<CircuitPoint>& out, const Vertex& a, const Vertex& b, co
     }
 }
 
+/// Scaled to a length in metres.
 template <size_t N>
-Circuit closedCircuit(const char* name, const Vertex (&vertices)[N], double width, double sigma) {
+Circuit closedCircuit(const char* name, const Vertex (&vertices)[N], double length, double width,
+                      double sigma) {
     std::vector<CircuitPoint> points(1);
     points[0].x = vertices[0].x;
     points[0].y = vertices[0].y;
     points[0].widthRight = points[0].widthLeft = width;
     for (size_t i = 1; i < N; ++i)
         addArc(points, vertices[i - 1], vertices[i], vertices[(i + 1) % N], width);
+    double drawn = 0;
+    for (size_t i = 0; i < points.size(); ++i) {
+        const CircuitPoint& next = points[(i + 1) % points.size()];
+        drawn += std::hypot(next.x - points[i].x, next.y - points[i].y);
+    }
+    for (CircuitPoint& p : points) {
+        p.x *= length / drawn;
+        p.y *= length / drawn;
+    }
     return circuitThrough(name, std::move(points), true, sigma);
 }
 
@@ -93,9 +104,9 @@ Circuit stage() {
 } // namespace
 
 Circuit builtInCircuit(const std::string& name) {
-    if (name == "club") return closedCircuit("club", kClub, 5.5, 7);
-    if (name == "grand") return closedCircuit("grand", kGrand, 6.5, 8);
-    if (name == "oval") return closedCircuit("oval", kOval, 7.5, 12);
+    if (name == "club") return closedCircuit("club", kClub, 3000, 5.5, 7);
+    if (name == "grand") return closedCircuit("grand", kGrand, 5050, 6.5, 8);
+    if (name == "oval") return closedCircuit("oval", kOval, 2000, 7.5, 12);
     if (name == "stage") return stage();
     return {};
 }

@@ -12,17 +12,12 @@ namespace model {
 
 namespace {
 
-constexpr double kPi = std::numbers::pi;
 constexpr double kBends = 1.0 / 300;   // 1/m: what counts as a corner
 constexpr double kCornerTurn = 0.2;    // rad that a corner turns at least
 constexpr double kPitReach = 360;      // m of pit lane before and after the line, at most
 constexpr double kPitShortest = 140;   // and at least
 constexpr double kPitBend = 1.0 / 140; // 1/m: the pit lane ends where the road bends more
 constexpr double kMostPoints = 200'000;
-
-double wrapAngle(double a) {
-    return std::remainder(a, 2 * kPi);
-}
 
 size_t wrapIndex(const std::vector<CircuitPoint>& points, long i, bool closed) {
     const auto n = static_cast<long>(points.size());
@@ -129,12 +124,20 @@ double straightFrom(const Circuit& circuit, int direction) {
     double s = 0;
     while (s < kPitReach &&
            (s < kPitShortest ||
-            std::abs(circuitAt(circuit, direction * (s + 20)).curvature) < kPitBend))
+            std::abs(circuitAt(circuit, direction * (s + 70)).curvature) < kPitBend))
         s += 5;
     return std::min(s, circuit.length / 8);
 }
 
 } // namespace
+
+double wrapAngle(double a) {
+    constexpr double pi = std::numbers::pi;
+    // Nearly always one turn too far at most; the library's remainder is slow.
+    if (a > pi) a -= 2 * pi;
+    if (a < -pi) a += 2 * pi;
+    return a > pi || a < -pi ? std::remainder(a, 2 * pi) : a;
+}
 
 void smoothValues(std::vector<double>& values, bool closed, double sigma) {
     const auto n = static_cast<long>(values.size());

@@ -28,6 +28,9 @@ struct Circuit {
     double pitLimit = 22.22;            // m/s
 };
 
+/// An angle between -pi and pi.
+double wrapAngle(double radians);
+
 /// The point at `s` metres, which may lie outside the lap (wrapped, or held at a stage's ends).
 CircuitPoint circuitAt(const Circuit& circuit, double s);
 

@@ -41,12 +41,17 @@ double freeSpeed(const Self& me) {
     const Race& race = me.race;
     const auto k = static_cast<size_t>(me.car.classIndex);
     const double s = me.car.s + me.car.speed / 60; // where this step ends
-    const double beside = std::abs(me.car.lateral - me.driver.lineLateral);
-    const double off = std::clamp((beside - 0.6) / 3, 0.0, 1.0);
     double speed = valueAt(race.circuit, race.speeds[k], s);
-    if (off > 0)
-        speed =
-            std::lerp(speed, std::min(speed, valueAt(race.circuit, race.centreSpeeds[k], s)), off);
+    const double beside =
+        std::max(std::abs(me.car.lateral - me.driver.lineLateral), std::abs(me.driver.asideLast));
+    const double off = std::clamp((beside - 0.6) / 2.5, 0.0, 1.0);
+    if (off > 0) {
+        // Beside the line the road is as tight as it is, on the inside still tighter.
+        const double radius = 1 + me.car.lateral * me.driver.here.curvature;
+        const double centre = valueAt(race.circuit, race.centreSpeeds[k], s) *
+                              std::sqrt(std::clamp(radius, 0.3, 1.0)) * 0.98;
+        speed = std::lerp(speed, std::min(speed, centre), off);
+    }
     double pace = me.driver.lapPace * (1 - kFuelPace * me.car.fuel);
     double wear = 0;
     for (const Wheel& wheel : me.car.wheels)
@@ -242,6 +247,7 @@ void mindOthers(Self& me, size_t place, double dt, double free) {
     Driver& driver = me.driver;
     double low = -1e9, high = 1e9;
     const auto giveRoom = [&](const Car& other) {
+        if (me.car.pit != PitPlace::none || other.pit != PitPlace::none) return;
         if (other.lateral > me.car.lateral)
             high = std::min(high, other.lateral - kSpace);
         else
@@ -313,6 +319,7 @@ void decide(Race& race, Car& car, double dt) {
     if (car.pit == PitPlace::none && !driver.served) car.stopping = wantsToPit(me);
     goOnPassing(me, dt);
     if (race.circuit.closed) mindOthers(me, driver.ringPlace, dt, free);
+    driver.asideLast = driver.onLine ? 0 : driver.wantLateral - driver.lineLateral;
     limitForPits(me);
 }
 

@@ -102,7 +102,7 @@ std::vector<CarClass> makeClasses(int count) {
     CarClass lmp2 = makeClass("LMP2", 1000, 405e3, 1.68, 0.00032, 0.00078, 89);
     lmp2.fuelCapacity = 75;
     lmp2.wheelBase = 3.0;
-    const CarClass gt3 = makeClass("GT3", 1330, 405e3, 1.50, 0.00014, 0.00062, 78);
+    const CarClass gt3 = makeClass("GT3", 1320, 415e3, 1.65, 0.00021, 0.00062, 79);
     CarClass gt4 = makeClass("GT4", 1450, 310e3, 1.32, 0.00004, 0.00055, 71);
     gt4.fuelPerKm = 0.45;
     gt4.maxRpm = 7600;

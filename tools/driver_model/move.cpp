@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace model {
 
@@ -12,10 +11,10 @@ namespace {
 
 constexpr double kSlipAtLimit = 0.055; // rad of body slip at the limit of grip
 constexpr double kSlipSeconds = 0.12;
-
-double wrapAngle(double a) {
-    return std::remainder(a, 2 * std::numbers::pi);
-}
+constexpr double kCornering = 1.05; // of the grip, for whoever left the line
+constexpr double kRunOff = 11;      // m beside the road, pit stalls among it
+constexpr double kSteepest = 0.5;   // sideways per metre along the road
+constexpr double kHardest = 0.85;   // of the grip, on the brakes
 
 /// Second derivative of the lateral place: the line's own, or what leads to the wanted place. It is
 /// counted along the road, so that a car that stands does not slide sideways.
@@ -26,10 +25,24 @@ double steerAcross(const Race& race, const Car& car, const Driver& driver) {
         bend = valueAt(race.circuit, race.line.bend, car.s);
     }
     const double reach = std::clamp(0.5 * car.speed, 6.0, 36.0);
-    const double wish =
-        (target - car.lateral) / (reach * reach) + 2 * (slope - driver.slope) / reach;
-    const double most = driver.lateralGrip / std::max(car.speed * car.speed, 25.0);
-    return bend + std::clamp(wish, -most, most);
+    const double v2 = std::max(car.speed * car.speed, 25.0);
+    const double gentle = driver.lateralGrip / v2;
+    const double aside = target - car.lateral;
+    // As steep towards it as it can still be straightened out gently.
+    const double steep =
+        std::min({std::abs(aside) / reach, 0.8 * std::sqrt(2 * gentle * std::abs(aside)), 0.25});
+    const double lean = driver.slope - slope;
+    const double turn = 2 * (std::copysign(steep, aside) - lean) / reach;
+    // Straightening out may take all the tyres have.
+    const double wish = bend + (turn * lean > 0 ? std::clamp(turn, -gentle, gentle) : turn);
+    // The tyres hold a path so tight and no tighter, wherever the road goes.
+    const double tightest =
+        kCornering * gripAt(classOf(race, car), car.speed, race.settings.rain) / v2;
+    const double along = std::max(0.3, 1 + car.lateral * driver.here.curvature);
+    const double road = driver.here.curvature * along, room = tightest * along * along;
+    return driver.onLine && std::abs(aside) < 0.4 && std::abs(lean) < 0.01
+               ? wish
+               : std::clamp(wish, road - room, road + room);
 }
 
 void setAttitude(const Race& race, Car& car, Driver& driver, double dt) {
@@ -108,8 +121,17 @@ void passPits(Race& race, Car& car, double sBefore) {
     }
 }
 
-void noteRoad(Car& car, const CircuitPoint& here) {
-    const bool lane = car.pit != PitPlace::none || car.lateral > here.widthRight + 3.5;
+/// On the way between the pit lane and the road?
+bool besidePits(const Circuit& circuit, const Car& car) {
+    if (car.pit != PitPlace::none) return true;
+    const double length = circuit.length;
+    return circuit.pitEntry > circuit.pitExit && car.lateral > 0 &&
+           (forwardWay(circuit, car.s, circuit.pitEntry * length) < 100 ||
+            forwardWay(circuit, circuit.pitExit * length, car.s) < 150);
+}
+
+void noteRoad(const Circuit& circuit, Car& car, const CircuitPoint& here) {
+    const bool lane = besidePits(circuit, car);
     int out = 0;
     for (int i = 0; i < 4; ++i) {
         const double side = i % 2 ? 0.85 : -0.85;
@@ -122,7 +144,7 @@ void noteRoad(Car& car, const CircuitPoint& here) {
     }
     const bool was = car.offTrack;
     car.offTrack = out == 4;
-    if (!car.offTrack || was || car.stopping) return;
+    if (!car.offTrack || was) return;
     car.lapValid = false;
     car.incidents += 1;
 }
@@ -153,16 +175,17 @@ void moveCar(Race& race, Car& car, double dt) {
     const double empty = car.fuel > 0 && !car.stalled ? 1 : 0;
     const double most = empty * driveAt(kind, v, race.settings.rain) - dragged;
     const double wish = (driver.wantSpeed - v) / dt;
-    const double gain = std::clamp(wish, -grip - dragged, std::max(most, -grip));
+    const double gain = std::clamp(wish, -kHardest * grip - dragged, std::max(most, -grip));
     car.speed = std::max(0.0, v + gain * dt);
     car.longAccel = (car.speed - v) / dt;
 
     const double bend = steerAcross(race, car, driver);
     const double along = 1 + car.lateral * driver.here.curvature;
     const double way = (v + car.speed) / 2 * dt / std::hypot(along, driver.slope);
-    const double slopeLimit = car.speed < 25 ? 0.4 : 0.2;
-    const double slope = std::clamp(driver.slope + bend * way, -slopeLimit, slopeLimit);
+    const double slope = std::clamp(driver.slope + bend * way, -kSteepest, kSteepest);
     car.lateral += (driver.slope + slope) / 2 * way;
+    car.lateral =
+        std::clamp(car.lateral, -driver.here.widthLeft - kRunOff, driver.here.widthRight + kRunOff);
     driver.slope = slope;
 
     const double before = car.s;
@@ -177,7 +200,7 @@ void moveCar(Race& race, Car& car, double dt) {
     driver.lineLateral = valueAt(race.circuit, race.line.lateral, car.s);
     setAttitude(race, car, driver, dt);
     putOnMap(car, driver.here);
-    noteRoad(car, driver.here);
+    noteRoad(race.circuit, car, driver.here);
     car.lapTime = std::max(0.0, race.time + dt - driver.lapStart);
     if (!race.circuit.closed && driver.waitLeft > 0) {
         driver.lapStart = driver.sectorStart = race.time + dt; // a run counts from its start

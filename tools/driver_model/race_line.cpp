@@ -11,20 +11,26 @@ namespace model {
 namespace {
 
 constexpr double kDrivenAxle = 0.62;   // its share of the grip
-constexpr double kBrakeUse = 0.95;     // of the grip
+constexpr double kBrakeUse = 0.72;     // of the grip
 constexpr double kSlowestCorner = 4.0; // m/s
 
-/// Some of the circuit's points, with their normals to the right.
+constexpr size_t kEvery = 5;     // circuit points per point of the search
+constexpr double kPadding = 500; // m that a closed lap is unrolled beyond each end
+
+/// The road as the search sees it: some of the circuit's points with their normals to the right,
+/// the room across, and the path so far. A closed lap overlaps itself at both ends.
 struct Band {
     std::vector<double> x, y, rx, ry, low, high, n;
-    bool closed = true;
+    size_t size() const { return n.size(); }
 };
 
-Band bandOf(const Circuit& circuit, size_t every, double margin) {
+Band bandOf(const Circuit& circuit, double margin) {
     Band band;
-    band.closed = circuit.closed;
-    for (size_t i = 0; i < circuit.points.size(); i += every) {
-        const CircuitPoint& p = circuit.points[i];
+    const auto count = static_cast<long>(circuit.points.size());
+    const auto pad = circuit.closed ? static_cast<long>(kPadding / circuit.step) : 0;
+    const long every = kEvery;
+    for (long at = -(pad / every) * every; at < count + pad; at += every) {
+        const CircuitPoint& p = circuit.points[static_cast<size_t>((at % count + count) % count)];
         band.x.push_back(p.x);
         band.y.push_back(p.y);
         band.rx.push_back(std::sin(p.heading));
@@ -36,39 +42,102 @@ Band bandOf(const Circuit& circuit, size_t every, double margin) {
     return band;
 }
 
-/// Moves each point across the road to where the sum of squared bends is least.
-void relax(Band& band, int rounds) {
-    const auto n = static_cast<long>(band.n.size());
-    const auto wrap = [&](long i) { return static_cast<size_t>(((i % n) + n) % n); };
-    std::vector<double> px(band.n.size()), py(band.n.size());
-    const auto put = [&](size_t i) {
-        px[i] = band.x[i] + band.n[i] * band.rx[i];
-        py[i] = band.y[i] + band.n[i] * band.ry[i];
-    };
-    for (size_t i = 0; i < band.n.size(); ++i)
-        put(i);
-    const long from = band.closed ? 0 : 2, to = band.closed ? n : n - 2;
-    for (int round = 0; round < rounds; ++round)
-        for (long at = from; at < to; ++at) {
-            const size_t i = static_cast<size_t>(at);
-            const size_t a = wrap(at - 2), b = wrap(at - 1), c = wrap(at + 1), d = wrap(at + 2);
-            const double gx = px[a] - 4 * px[b] + 6 * px[i] - 4 * px[c] + px[d];
-            const double gy = py[a] - 4 * py[b] + 6 * py[i] - 4 * py[c] + py[d];
-            const double move = -(gx * band.rx[i] + gy * band.ry[i]) / 6;
-            band.n[i] = std::clamp(band.n[i] + 1.4 * move, band.low[i], band.high[i]);
-            put(i);
-        }
+/// A symmetric matrix with two side diagonals, and what belongs on its right side.
+struct Banded {
+    std::vector<double> d0, d1, d2, right;
+    explicit Banded(size_t n) : d0(n), d1(n), d2(n), right(n) {}
+};
+
+/// Turns a positive definite one into L D L'.
+void factor(Banded& m) {
+    for (size_t i = 0; i < m.d0.size(); ++i) {
+        if (i > 0) m.d0[i] -= m.d1[i - 1] * m.d1[i - 1] * m.d0[i - 1];
+        if (i > 1) m.d0[i] -= m.d2[i - 2] * m.d2[i - 2] * m.d0[i - 2];
+        if (i > 0) m.d1[i] -= m.d2[i - 1] * m.d0[i - 1] * m.d1[i - 1];
+        m.d1[i] /= m.d0[i];
+        m.d2[i] /= m.d0[i];
+    }
 }
 
-/// The lateral places of a band, between its points too.
-std::vector<double> spread(const Band& band, size_t every, size_t count) {
-    std::vector<double> out(count);
-    for (size_t i = 0; i < count; ++i) {
-        const size_t a = i / every;
-        const size_t b = a + 1 < band.n.size() ? a + 1 : band.closed ? 0 : a;
-        const size_t piece = std::min(every, count - a * every);
-        out[i] = std::lerp(band.n[a], band.n[b],
-                           static_cast<double>(i - a * every) / static_cast<double>(piece));
+void solve(const Banded& m, std::vector<double>& x) {
+    const size_t n = x.size();
+    for (size_t i = 0; i < n; ++i) {
+        if (i > 0) x[i] -= m.d1[i - 1] * x[i - 1];
+        if (i > 1) x[i] -= m.d2[i - 2] * x[i - 2];
+    }
+    for (size_t i = n; i-- > 0;) {
+        x[i] /= m.d0[i];
+        if (i + 1 < n) x[i] -= m.d1[i] * x[i + 1];
+        if (i + 2 < n) x[i] -= m.d2[i] * x[i + 2];
+    }
+}
+
+/// The sum of squared curvatures as a quadratic form of the lateral places, near the path so far. A
+/// sharp bend counts for more than its square: slow places cost the most time.
+Banded bendForm(const Band& band) {
+    const size_t n = band.size();
+    Banded m(n);
+    std::vector<double> px(n), py(n);
+    for (size_t i = 0; i < n; ++i) {
+        px[i] = band.x[i] + band.n[i] * band.rx[i];
+        py[i] = band.y[i] + band.n[i] * band.ry[i];
+    }
+    for (size_t j = 1; j + 1 < n; ++j) {
+        double tx = px[j + 1] - px[j - 1], ty = py[j + 1] - py[j - 1];
+        const double chord = std::hypot(tx, ty), h = std::max(chord / 2, 0.5);
+        tx /= chord;
+        ty /= chord;
+        constexpr double parts[] = {1, -2, 1};
+        double row[3], constant = 0, bend = 0;
+        for (size_t k = 0; k < 3; ++k) {
+            const size_t i = j + k - 1;
+            row[k] = parts[k] * (band.rx[i] * ty - band.ry[i] * tx) / (h * h);
+            constant += parts[k] * (band.x[i] * ty - band.y[i] * tx) / (h * h);
+            bend += parts[k] * (px[i] * ty - py[i] * tx) / (h * h);
+        }
+        const double weight = h * (0.01 + std::abs(bend));
+        for (size_t k = 0; k < 3; ++k) {
+            const size_t i = j + k - 1;
+            m.d0[i] += weight * row[k] * row[k];
+            if (k < 2) m.d1[i] += weight * row[k] * row[k + 1];
+            if (k < 1) m.d2[i] += weight * row[k] * row[k + 2];
+            m.right[i] -= weight * row[k] * constant;
+        }
+    }
+    return m;
+}
+
+/// The path of least bends within the road: solutions without the edges and clippings to them in
+/// turn, each pulled towards the other (alternating directions).
+void straighten(Band& band) {
+    constexpr double pull = 1e-5;
+    Banded m = bendForm(band);
+    const std::vector<double> right = m.right;
+    for (double& d : m.d0)
+        d += pull;
+    factor(m);
+    std::vector<double> z = band.n, u(band.size()), x(band.size());
+    for (int round = 0; round < 150; ++round) {
+        for (size_t i = 0; i < x.size(); ++i)
+            x[i] = right[i] + pull * (z[i] - u[i]);
+        solve(m, x);
+        for (size_t i = 0; i < x.size(); ++i) {
+            const double eager = 1.6 * x[i] - 0.6 * z[i];
+            z[i] = std::clamp(eager + u[i], band.low[i], band.high[i]);
+            u[i] += eager - z[i];
+        }
+    }
+    band.n = z;
+}
+
+/// The lateral places of a band at every point of the circuit.
+std::vector<double> spread(const Circuit& circuit, const Band& band) {
+    const size_t pad = circuit.closed ? static_cast<size_t>(kPadding / circuit.step) / kEvery : 0;
+    std::vector<double> out(circuit.points.size());
+    for (size_t i = 0; i < out.size(); ++i) {
+        const size_t a = std::min(i / kEvery + pad, band.size() - 1);
+        const size_t b = std::min(a + 1, band.size() - 1);
+        out[i] = std::lerp(band.n[a], band.n[b], static_cast<double>(i % kEvery) / kEvery);
     }
     return out;
 }
@@ -118,17 +187,12 @@ double longShare(double speed, double curvature, double grip) {
 } // namespace
 
 RaceLine findRaceLine(const Circuit& circuit, double margin) {
-    constexpr size_t steps[] = {64, 32, 16, 8};
+    Band band = bandOf(circuit, margin);
+    for (int round = 0; round < 6; ++round)
+        straighten(band);
     RaceLine line;
-    line.lateral.assign(circuit.points.size(), 0);
-    for (const size_t every : steps) {
-        Band band = bandOf(circuit, every, margin);
-        for (size_t i = 0; i < band.n.size(); ++i)
-            band.n[i] = std::clamp(line.lateral[i * every], band.low[i], band.high[i]);
-        relax(band, every > 8 ? 150 : 250);
-        line.lateral = spread(band, every, circuit.points.size());
-    }
-    smoothValues(line.lateral, circuit.closed, 7);
+    line.lateral = spread(circuit, band);
+    smoothValues(line.lateral, circuit.closed, 5);
     complete(circuit, line);
     return line;
 }
