@@ -1,6 +1,7 @@
 #include "telemetry/reader_parts.h"
 
 #include "base/hash.h"
+#include "base/slug.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,17 +10,7 @@
 namespace vt {
 
 int32_t trackNameHash(std::string_view trackName) {
-    std::string slug;
-    for (const char c : trackName) {
-        if (c == ' ')
-            slug += '_';
-        else if (c == '_' || c == '-' || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'))
-            slug += c;
-        else if (c >= 'A' && c <= 'Z')
-            slug += static_cast<char>(c - 'A' + 'a');
-    }
-    if (slug.empty()) slug = "unknown";
-    const auto hash = static_cast<int32_t>(fnv1a32(slug) & 0x7FFFFFFFu);
+    const auto hash = static_cast<int32_t>(fnv1a32(nameSlug(trackName)) & 0x7FFFFFFFu);
     return hash == 0 ? 1 : hash;
 }
 

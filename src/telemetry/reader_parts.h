@@ -23,8 +23,7 @@ struct MissCounter {
     bool miss() { return ++misses >= kMissLimit; }
 };
 
-/// FNV-1a over the track's slug (blank to _, a-z 0-9 _ - kept, A-Z lowered, the rest dropped;
-/// "unknown" when nothing is left), 31 bits, never 0.
+/// FNV-1a over the track's slug (nameSlug), 31 bits, never 0.
 int32_t trackNameHash(std::string_view trackName);
 
 /// Body slip angle from a velocity in the car's own axes, and its rate.
