@@ -1,13 +1,14 @@
 // Automobilista 2's reader against a sim that writes, stops, dies over a page or is not there.
 #include "support/page_image.h"
+#include "telemetry/readers/ams2_copy.h"
 #include "telemetry/readers/ams2_reader.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <csignal>
 #include <sys/wait.h>
-#include <thread>
+#include <unistd.h>
+#include <vector>
 
 namespace vt::test {
 namespace {
@@ -140,38 +141,55 @@ TEST(Ams2Reader, AShrunkPageIsAMissAndNoFault) {
     EXPECT_FALSE(sim.reader.open());
 }
 
-TEST(Ams2Reader, NoCopyIsTorn) {
-    Sim sim;
-    ASSERT_TRUE(sim.reader.open());
-    std::atomic<bool> stop{false};
-    // Every car's lap counter holds the same number, but while they are written.
-    std::thread writer([&] {
-        auto* bytes = sim.writer.data();
-        auto* word = reinterpret_cast<uint32_t*>(bytes + kSequence);
-        const std::atomic_ref<uint32_t> sequence(*word);
-        sim.put(24, 64);
-        for (uint32_t n = 1; !stop; ++n) {
-            sequence.store(2 * n - 1);
-            for (size_t car = 0; car < 64; ++car) {
-                const std::atomic_ref<uint32_t> laps(
-                    *reinterpret_cast<uint32_t*>(bytes + 28 + car * 100 + 88));
-                laps.store(n);
-                bytes[28 + car * 100] = 1;
-            }
-            sequence.store(2 * n);
-            if (n % 4 == 0) std::this_thread::yield();
-        }
-    });
-    int good = 0;
-    for (int i = 0; i < 20000 && good < 2000; ++i) {
-        if (!sim.poll()) continue;
-        ++good;
-        for (const CarRow& row : sim.frame.cars)
-            ASSERT_EQ(row.lap, sim.frame.cars.front().lap);
+/// A page whose sequence number has another value at each look. The speed in a copy says between
+/// which two looks it was made.
+struct ScriptedMap {
+    std::vector<uint32_t> sequences;
+    mutable size_t looks = 0;
+
+    bool read(size_t offset, uint32_t& out) const {
+        EXPECT_EQ(offset, kSequence);
+        if (looks >= sequences.size()) return false;
+        out = sequences[looks++];
+        return true;
     }
-    stop = true;
-    writer.join();
-    EXPECT_GT(good, 0);
+    bool read(size_t offset, Ams2Page& out) const {
+        EXPECT_EQ(offset, 0u);
+        out.speed = static_cast<float>(looks);
+        return true;
+    }
+};
+
+TEST(Ams2Reader, ACopyCountsWhenNobodyWroteMeanwhile) {
+    struct Case {
+        std::vector<uint32_t> sequences;
+        Ams2Copy result;
+        float copied; // after so many looks
+    };
+    const Case cases[] = {
+        {{4, 4}, Ams2Copy::fresh, 1},
+        {{4, 5, 6, 6}, Ams2Copy::fresh, 3}, // written to meanwhile
+        {{4, 6, 6, 6}, Ams2Copy::fresh, 3},
+        {{3, 3, 3, 4, 4}, Ams2Copy::fresh, 4},
+        {{3, 3, 3, 3, 4, 4}, Ams2Copy::busy, 0},
+        {{4, 6, 8, 10, 12, 14, 16, 18, 20, 20}, Ams2Copy::busy, 7},
+        {{2}, Ams2Copy::old, 0},
+        {{3, 2}, Ams2Copy::old, 0},
+        {{}, Ams2Copy::old, 0},
+        {{4}, Ams2Copy::old, 1}, // shrank during the copy
+        {{0xFFFFFFFE, 0xFFFFFFFE}, Ams2Copy::fresh, 1},
+    };
+    for (const Case& c : cases) {
+        const ScriptedMap map{c.sequences};
+        Ams2Page page;
+        uint32_t sequence = 0;
+        EXPECT_EQ(ams2Copy(map, page, 2, sequence), c.result)
+            << testing::PrintToString(c.sequences);
+        EXPECT_EQ(page.speed, c.copied) << testing::PrintToString(c.sequences);
+        if (c.result == Ams2Copy::fresh) {
+            EXPECT_EQ(sequence, c.sequences[map.looks - 1]);
+        }
+    }
 }
 
 } // namespace

@@ -1,15 +1,15 @@
 #include "telemetry/readers/ams2.h"
 
+#include "telemetry/readers/ams2_copy.h"
 #include "telemetry/readers/ams2_reader.h"
 
-#include <cstddef>
+#include <utility>
 
 namespace vt {
 
 namespace {
 
-constexpr int kCopyTries = 4;
-constexpr uint64_t kStuckMs = 5000; // a sim that began to write so long ago died over it
+constexpr uint64_t kStuckMs = 5000;
 
 } // namespace
 
@@ -31,29 +31,12 @@ void Ams2Reader::close() {
     memory_ = {};
 }
 
-/// The sequence number is odd while the sim writes and another one afterwards: a copy counts when
-/// the number was even and still is the same.
-Ams2Reader::Copy Ams2Reader::copyPage() {
-    uint32_t sequence = 0, after = 0;
-    for (int i = 0; i < kCopyTries; ++i) {
-        if (!map_.read(offsetof(Ams2Page, sequence), sequence)) return Copy::old;
-        if (sequence % 2 != 0) continue;
-        if (sequence == lastSequence_) return Copy::old;
-        if (!map_.read(0, *page_) || !map_.read(offsetof(Ams2Page, sequence), after))
-            return Copy::old;
-        if (after != sequence) continue;
-        lastSequence_ = sequence;
-        return Copy::fresh;
-    }
-    if (busySequence_ != sequence) {
-        busySequence_ = sequence;
-        busySince_ = clockMs(context_.clock);
-    }
-    return Copy::busy;
-}
-
-void Ams2Reader::noteBusy() {
-    if (clockMs(context_.clock) - busySince_ >= kStuckMs || !map_.writerAlive()) connected_ = false;
+/// No sim writes for seconds: the number of one that died over its page stays odd for ever.
+void Ams2Reader::noteBusy(uint32_t sequence) {
+    const uint64_t now = clockMs(context_.clock);
+    if (busySequence_ != sequence) busySince_ = now;
+    busySequence_ = sequence;
+    if (now - busySince_ >= kStuckMs || !map_.writerAlive()) connected_ = false;
 }
 
 void Ams2Reader::noteMiss() {
@@ -65,16 +48,18 @@ bool Ams2Reader::poll(SimFrame& out) {
         out.connected = 0;
         return false;
     }
-    const Copy copy = copyPage();
-    if (copy == Copy::busy) {
-        noteBusy();
+    uint32_t sequence = 0;
+    const Ams2Copy copy = ams2Copy(map_, *page_, lastSequence_, sequence);
+    if (copy == Ams2Copy::busy) {
+        noteBusy(sequence);
         return false;
     }
     busySequence_ = -1;
-    if (copy == Copy::old) {
+    if (copy == Ams2Copy::old) {
         noteMiss();
         return false;
     }
+    lastSequence_ = sequence;
     misses_.hit();
     fillAms2Frame(out, *page_, memory_, context_.steer);
     return true;

@@ -26,9 +26,7 @@ public:
     bool waitForData(int) override { return false; }
 
 private:
-    enum class Copy { fresh, old, busy };
-    Copy copyPage();
-    void noteBusy();
+    void noteBusy(uint32_t sequence);
     void noteMiss();
 
     ReaderContext& context_;
