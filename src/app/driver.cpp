@@ -3,6 +3,7 @@
 #include "app/demo_layout.h"
 #include "app/host_window.h"
 #include "app/main_tick.h"
+#include "app/readers.h"
 #include "app/shoot.h"
 #include "app/sim_pump.h"
 #include "base/hash.h"
@@ -11,6 +12,8 @@
 #include "overlay/overlays/overlay_catalogue.h"
 #include "overlay/settings/settings_store.h"
 #include "overlay/window/overlay_hotkeys.h"
+#include "perf/road_saver.h"
+#include "perf/road_survey.h"
 #include "platform/desktop.h"
 #include "platform/file.h"
 #include "platform/headless/headless.h"
@@ -19,7 +22,8 @@
 #include "platform/process_list.h"
 #include "platform/quit_signal.h"
 #include "platform/single_instance.h"
-#include "telemetry/readers/iracing.h"
+#include "telemetry/coach_log.h"
+#include "telemetry/sibling_state.h"
 #include "telemetry/sim_registry.h"
 
 #include <thread>
@@ -49,7 +53,7 @@ struct Driver {
     bool firstRun = false;
     SaveState saveState;
 
-    OverlayHost host{config, clock, {}, {}, {}, {}, false, false, {}};
+    OverlayHost host{config, clock, {}, {}, {}, {}, false, false, {}, nullptr, {}, {}};
     std::vector<std::unique_ptr<OverlayWindow>> overlays;
     OverlayHotkeys hotkeys;
     HostWindow panel;
@@ -59,6 +63,11 @@ struct Driver {
     PumpWords pumpWords;
     ProcessScan scan;
     IRacingWants iracingWants;
+    SteerWords steer;
+    ReaderContext readers{clock, scan, listProcessNames, steer, {0}, &pumpWords.pumpStop, {}};
+    SiblingLink sibling; // the pump's thread
+    RoadSurvey survey;   // the pump's thread
+    std::unique_ptr<RoadSaver> roadSaver;
     SimPump pump{buffer, pumpWords, scan, clock, listProcessNames, {}, {}, {}};
     std::thread pumpThread;
 
@@ -111,13 +120,15 @@ void findFolders(Driver& d) {
     if (d.appDataDir.empty()) return;
     makeFolders(d.appDataDir);
     d.settingsDir = settingsFolder();
+    coachLogOpen(d.appDataDir, d.clock);
+    d.host.tracks = {shippedFolder("data"), d.appDataDir, &d.iracingWants.trackMapWantsGps};
 }
 
 void loadConfig(Driver& d) {
     const PointI screen = primarySize();
     d.config = defaultAppConfig(screen.x, screen.y);
     d.firstRun = !loadSettings(d.config, d.settingsDir);
-    d.words.dr2ListenLanOn = d.config.dr2ListenLan ? 1 : 0;
+    d.readers.dr2ListenLanOn = d.config.dr2ListenLan ? 1 : 0;
     d.words.usageConsentOn = d.config.telemetryConsent == 1 ? 1 : 0;
     if (d.line.openXrLayer >= 0 && d.line.openXrLayer != d.config.vrOpenXrLayer) {
         d.config.vrOpenXrLayer = d.line.openXrLayer;
@@ -246,8 +257,34 @@ void startHotkeys(Driver& d) {
     registerOverlayHotkeys(d.hotkeys);
 }
 
+void hangOnPump(Driver& d) {
+    d.survey.baseDir = d.appDataDir;
+    if (!d.appDataDir.empty()) {
+        d.roadSaver = std::make_unique<RoadSaver>(d.appDataDir);
+        d.survey.save = [&d](const RoadMap& map) {
+            d.roadSaver->store(map);
+            return true;
+        };
+    }
+    PumpHooks& hooks = d.pump.hooks;
+    hooks.siblingGameId = [&d] {
+        SiblingState state;
+        return d.scan.siblingRunning && siblingRead(d.sibling, state) ? state.gameId : -1;
+    };
+    hooks.survey = [&d](SimFrame& frame, bool) {
+        if (frame.simKind == kSimIRacing) return false;
+        return roadSurveyFrame(d.survey, frame);
+    };
+    hooks.simDisconnected = [&d](int32_t) { roadSurveyRestart(d.survey); };
+    hooks.pushSample = [](const SimFrame& frame, bool) {
+        coachLogPosition(frame.sessionNum, frame.sessionTime, frame.lap, frame.lapDistPct);
+    };
+}
+
 void startThreads(Driver& d) {
-    d.pump.readers.push_back(makeIRacingReader(d.clock, d.iracingWants));
+    d.readers.documentsDir = documentsFolder();
+    d.pump.readers = makeReaders(d.readers, d.iracingWants);
+    hangOnPump(d);
     d.pumpThread = std::thread([&d] { simPumpMain(d.pump); });
     d.tickThread = std::thread([&d] { tickPacer(d.tickWords, d.tickTimer, d.panel.window); });
 }
@@ -298,6 +335,8 @@ void stopThreads(Driver& d) {
     d.pumpWords.pumpStop = 1;
     wakePump(d.pump);
     if (d.pumpThread.joinable()) d.pumpThread.join();
+    roadSurveyRestart(d.survey);
+    d.roadSaver.reset();
 }
 
 void stop(Driver& d) {

@@ -15,7 +15,6 @@ inline constexpr const char* kInstanceName = "Local\\VantorelOverlay";
 /// Read by other threads; written by the main thread.
 struct ProgramWords {
     std::atomic<uint32_t> usageConsentOn{0};
-    std::atomic<uint32_t> dr2ListenLanOn{0};
     std::atomic<uint32_t> shuttingDown{0}; // 1 from the moment that the message loop has ended
 };
 
