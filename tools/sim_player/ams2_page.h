@@ -1,6 +1,5 @@
 // A race of the driver model in Automobilista 2's page.
 #pragma once
-#include "base/utf8.h"
 #include "driver_model/driver_model.h"
 #include "sim_player/wire_text.h"
 #include "telemetry/readers/ams2_layout.h"
@@ -10,18 +9,6 @@
 #include <string>
 
 namespace player {
-
-/// Windows-1252, as names typed on a European Windows arrive; UTF-8 where that does not do.
-inline std::string ams2Name(const std::string& utf8, bool asWindows1252) {
-    if (!asWindows1252) return utf8;
-    std::string out;
-    for (size_t at = 0; at < utf8.size();) {
-        const uint32_t c = vt::utf8Next(utf8, at);
-        if (c > 0xFF || (c >= 0x80 && c < 0xA0)) return utf8;
-        out += static_cast<char>(c);
-    }
-    return out;
-}
 
 inline float ams2Time(double seconds) {
     return seconds > 0 ? static_cast<float>(seconds) : -1.0f;
@@ -43,7 +30,8 @@ inline void fillAms2Car(const model::Race& race, const model::Car& car, vt::Ams2
     const model::WorldAxes axes = model::worldAxes(car);
     vt::Ams2Participant& out = page.participants[i];
     out.active = 1;
-    putText(out.name, ams2Name(car.firstName + " " + car.lastName, car.index % 2 != 0));
+    const std::string name = car.firstName + " " + car.lastName;
+    putText(out.name, car.index % 2 ? windows1252(name) : name);
     out.worldX = static_cast<float>(axes.position[0]);
     out.worldY = static_cast<float>(axes.position[1]);
     out.worldZ = static_cast<float>(axes.position[2]);

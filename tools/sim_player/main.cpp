@@ -19,10 +19,20 @@ namespace {
 
 constexpr Command kCommands[] = {
     {"iracing", "an image of iRacing's shared memory (.irsdk)", playIRacing, 60, nullptr, false},
+    {"lmu", nullptr, playLmu, 100, "Le Mans Ultimate.exe"},
+    {"rf2", nullptr, playRFactor2, 50, "rFactor2.exe"},
+    {"ams2", nullptr, playAms2, 60, nullptr},
+    {"raceroom", nullptr, playRaceRoom, 60, nullptr},
+    {"ets2", "an image of the truck plug-in's mapping (.bin)", playEts2, 60, nullptr},
     {"acc", nullptr, playAcc, 60, "AC2-Win64-Shipping.exe"},
     {"ac", nullptr, playAc, 60, "acs.exe"},
     {"acrally", nullptr, playAcRally, 60, "acr.exe"},
     {"acevo", nullptr, playAcEvo, 60, "AssettoCorsaEVO.exe"},
+    {"f1", nullptr, playF1, 60, "F1_25.exe"},
+    {"dirtrally2", "its datagrams, 264 bytes each (.udp264)", playDirtRally2, 60, "dirtrally2.exe"},
+    {"eawrc", nullptr, playEaWrc, 60, "wrc.exe"},
+    {"beamng", nullptr, playBeamNg, 60, "BeamNG.drive.x64.exe"},
+    {"sibling", nullptr, playSibling, 60, "Vantorel.exe"},
     {"csv", nullptr, printModel, 20, nullptr},
 };
 
