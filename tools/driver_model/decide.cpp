@@ -11,6 +11,9 @@ namespace {
 
 constexpr double kSpace = 2.3;         // m between the middles of two cars side by side
 constexpr double kTouch = 2.1;         // m: less than this and the car ahead is in the way
+constexpr double kTight = 1.7;         // m beside each other that is too little
+constexpr double kForesight = 0.5;     // s
+constexpr double kBumper = 3.5;        // m along the road: still behind, not beside
 constexpr double kAlongside = 6.8;     // m between two middles along the road
 constexpr double kEdge = 1.1;          // m that a car keeps from the edge beside others
 constexpr double kLaneBeside = 6;      // m from the road's edge to the pit lane
@@ -42,9 +45,8 @@ double freeSpeed(const Self& me) {
     const auto k = static_cast<size_t>(me.car.classIndex);
     const double s = me.car.s + me.car.speed / 60; // where this step ends
     double speed = valueAt(race.circuit, race.speeds[k], s);
-    const double beside =
-        std::max(std::abs(me.car.lateral - me.driver.lineLateral), std::abs(me.driver.asideLast));
-    const double off = std::clamp((beside - 0.6) / 2.5, 0.0, 1.0);
+    const double beside = std::abs(me.car.lateral - me.driver.lineLateral);
+    const double off = std::max(std::clamp((beside - 0.6) / 2.5, 0.0, 1.0), me.driver.offLine);
     if (off > 0) {
         // Beside the line the road is as tight as it is, on the inside still tighter.
         const double radius = 1 + me.car.lateral * me.driver.here.curvature;
@@ -241,6 +243,15 @@ void follow(Self& me, const Car& ahead, double way, double dt, size_t place, dou
     }
 }
 
+/// How far two cars will be apart across the road, now or soon, whichever is less.
+double besideSoon(const Self& me, const Car& other) {
+    const Driver& his = me.race.drivers[static_cast<size_t>(other.index)];
+    const double now = other.lateral - me.car.lateral;
+    const double drift = his.slope * other.speed - me.driver.slope * me.car.speed;
+    const double soon = now + kForesight * drift;
+    return now * soon <= 0 ? 0 : std::min(std::abs(now), std::abs(soon));
+}
+
 void mindOthers(Self& me, size_t place, double dt, double free) {
     const Race& race = me.race;
     const size_t count = race.ring.size();
@@ -262,7 +273,8 @@ void mindOthers(Self& me, size_t place, double dt, double free) {
         const double closing = std::max(0.0, me.car.speed - other.speed);
         const double beside = std::abs(other.lateral - me.car.lateral);
         if (way < kAlongside + 0.5 * closing && beside >= kTouch - 0.3) giveRoom(other);
-        if (beside < kTouch) follow(me, other, way, dt, place, free);
+        if (beside < kTouch || (way > kBumper && besideSoon(me, other) < kTight))
+            follow(me, other, way, dt, place, free);
     }
     for (size_t k = 1; k < std::min<size_t>(count, 8); ++k) {
         const Car& other = carAt(race, place + count - k);
@@ -319,7 +331,9 @@ void decide(Race& race, Car& car, double dt) {
     if (car.pit == PitPlace::none && !driver.served) car.stopping = wantsToPit(me);
     goOnPassing(me, dt);
     if (race.circuit.closed) mindOthers(me, driver.ringPlace, dt, free);
-    driver.asideLast = driver.onLine ? 0 : driver.wantLateral - driver.lineLateral;
+    const bool turned = std::abs(driver.slope - driver.lineSlope) > 0.03;
+    const double change = !driver.onLine || turned ? 4 * dt : -1.5 * dt;
+    driver.offLine = std::clamp(driver.offLine + change, 0.0, 1.0);
     limitForPits(me);
 }
 

@@ -140,17 +140,18 @@ struct RaceLine {
 
 /// What a driver remembers and wants.
 struct Driver {
-    double pace = 1, lapPace = 1;         // share of the reachable speed: his own, on this lap
-    double lapOffset = 0;                 // m beside the line on this lap
-    double slope = 0;                     // of the car's lateral place along the circuit
-    double course = 0;                    // rad, direction of travel
-    double front = 0, stepTime = 0;       // m since the line of lap 0, and when
-    CircuitPoint here;                    // the circuit beside the car
-    size_t ringPlace = 0;                 // index in Race::ring
-    double lineLateral = 0;               // the racing line beside the car, m
+    double pace = 1, lapPace = 1;   // share of the reachable speed: his own, on this lap
+    double lapOffset = 0;           // m beside the line on this lap
+    double slope = 0;               // of the car's lateral place along the circuit
+    double course = 0;              // rad, direction of travel
+    double front = 0, stepTime = 0; // m since the line of lap 0, and when
+    CircuitPoint here;              // the circuit beside the car
+    size_t ringPlace = 0;           // index in Race::ring
+    double lineLateral = 0;         // the racing line beside the car, m
+    double lineSlope = 0;
     double wantSpeed = 0;                 // m/s, decided for this step
     double wantLateral = 0;               // m
-    double asideLast = 0;                 // how far from the line it last wanted to be, m
+    double offLine = 0;                   // 0..1: how much the car has left the line's rhythm
     double lateralGrip = 2.5;             // m/s² for leaving the line
     bool onLine = true;                   // wantLateral is the racing line
     double lapStart = 0, sectorStart = 0; // s

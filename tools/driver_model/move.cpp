@@ -21,7 +21,7 @@ constexpr double kHardest = 0.85;   // of the grip, on the brakes
 double steerAcross(const Race& race, const Car& car, const Driver& driver) {
     double target = driver.wantLateral, slope = 0, bend = 0;
     if (driver.onLine) {
-        slope = valueAt(race.circuit, race.line.slope, car.s);
+        slope = driver.lineSlope;
         bend = valueAt(race.circuit, race.line.bend, car.s);
     }
     const double reach = std::clamp(0.5 * car.speed, 6.0, 36.0);
@@ -155,6 +155,7 @@ void placeCar(Race& race, Car& car) {
     Driver& driver = race.drivers[static_cast<size_t>(car.index)];
     driver.here = circuitAt(race.circuit, car.s);
     driver.lineLateral = valueAt(race.circuit, race.line.lateral, car.s);
+    driver.lineSlope = valueAt(race.circuit, race.line.slope, car.s);
     if (car.pit == PitPlace::stall) car.lateral = driver.here.widthRight + 10;
     driver.course =
         driver.here.heading - std::atan2(driver.slope, 1 + car.lateral * driver.here.curvature);
@@ -198,6 +199,7 @@ void moveCar(Race& race, Car& car, double dt) {
     car.pct = std::min(car.s / race.circuit.length, 1.0);
     driver.here = circuitAt(race.circuit, car.s);
     driver.lineLateral = valueAt(race.circuit, race.line.lateral, car.s);
+    driver.lineSlope = valueAt(race.circuit, race.line.slope, car.s);
     setAttitude(race, car, driver, dt);
     putOnMap(car, driver.here);
     noteRoad(race.circuit, car, driver.here);
