@@ -280,11 +280,11 @@ TEST(LmuReader, NoCopyIsTorn) {
                 sim.put(2192 + car * 584 + 100, static_cast<int16_t>(n));
             sim.elapsed(20 + n * 0.001);
             lock.release();
-            std::this_thread::yield();
+            std::this_thread::sleep_for(std::chrono::microseconds(100));
         }
     });
     int good = 0;
-    for (int i = 0; i < 100000 && good < 1000; ++i) {
+    for (int i = 0; i < 100000 && good < 200; ++i) {
         if (!sim.poll()) continue;
         ++good;
         for (const CarRow& row : sim.frame.cars)
@@ -292,7 +292,7 @@ TEST(LmuReader, NoCopyIsTorn) {
     }
     stop = true;
     writer.join();
-    EXPECT_GT(good, 100);
+    EXPECT_GT(good, 50);
 }
 
 } // namespace
