@@ -129,6 +129,12 @@ void pollSim(PumpRun& run) {
     SimPump& pump = run.pump;
     SimFrame& frame = pump.buffer.writable();
     resetKeepingCapacity(frame);
+    const bool ofFamily = !familyMayOpen(run.reader->kind(), kSimNone, -1);
+    if (pump.lister && ofFamily) processScan(pump.scan, clockMs(pump.clock), pump.lister);
+    if (familyStolen(run.reader->kind(), pump.scan.acFamilyKind)) {
+        dropSim(run);
+        return;
+    }
     if (!run.reader->poll(frame)) {
         if (!run.reader->isConnected()) dropSim(run);
         return;
@@ -174,16 +180,30 @@ void publishEmpty(TripleBuffer& buffer, int32_t kind) {
     buffer.publish();
 }
 
+namespace {
+
+struct FamilyMember {
+    int32_t kind;
+    int gameId;
+};
+constexpr FamilyMember kFamily[] = {{kSimAcc, 1}, {kSimAc, 4}, {kSimAcRally, 5}};
+
+const FamilyMember* familyMember(int32_t kind) {
+    for (const FamilyMember& member : kFamily)
+        if (member.kind == kind) return &member;
+    return nullptr;
+}
+
+} // namespace
+
 bool familyMayOpen(int32_t kind, int32_t familyKind, int gameId) {
-    struct Member {
-        int32_t kind;
-        int gameId;
-    };
-    constexpr Member family[] = {{kSimAcc, 1}, {kSimAc, 4}, {kSimAcRally, 5}};
-    for (const Member& member : family)
-        if (member.kind == kind)
-            return familyKind >= 0 ? familyKind == kind : gameId == member.gameId;
-    return true;
+    const FamilyMember* member = familyMember(kind);
+    if (!member) return true;
+    return familyKind >= 0 ? familyKind == kind : gameId == member->gameId;
+}
+
+bool familyStolen(int32_t kind, int32_t familyKind) {
+    return familyMember(kind) && familyKind >= 0 && familyKind != kind;
 }
 
 void simPumpMain(SimPump& pump) {

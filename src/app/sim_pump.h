@@ -60,6 +60,10 @@ struct SimPump {
 /// one that the sibling names. Every other kind may always open.
 bool familyMayOpen(int32_t kind, int32_t familyKind, int gameId);
 
+/// Another program of that family runs now: its pages have the same names, and a reader that stays
+/// would take them for its own sim's.
+bool familyStolen(int32_t kind, int32_t familyKind);
+
 /// The thread's body; returns when `pumpStop` is set. `wakePump` makes it look at its words at
 /// once.
 void simPumpMain(SimPump& pump);

@@ -194,6 +194,10 @@ TEST(Pump, FamilyTest) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(familyMayOpen(c.kind, c.running, c.gameId), c.may) << c.kind << " " << c.running;
+    EXPECT_TRUE(familyStolen(kSimAc, kSimAcc));
+    EXPECT_FALSE(familyStolen(kSimAc, kSimAc));
+    EXPECT_FALSE(familyStolen(kSimAc, kSimNone)) << "nothing is known: it stays";
+    EXPECT_FALSE(familyStolen(kSimAcEvo, kSimAc)) << "pages of its own";
 }
 
 // ---- the thread ---------------------------------------------------------------------------------
