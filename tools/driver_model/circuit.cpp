@@ -172,7 +172,7 @@ Circuit circuitThrough(std::string name, std::vector<CircuitPoint> points, bool 
     out.closed = closed;
     points = resample(points, closed, out.step);
     smooth(points, closed, sigma);
-    out.points = resample(points, closed, out.step);
+    out.points = resample(curved(points, closed), closed, out.step);
     setHeadings(out.points, closed, out.step);
     out.length = out.step * static_cast<double>(out.points.size() - (closed ? 0 : 1));
     out.sectorStarts[1] = 0.32;

@@ -158,7 +158,6 @@ void limitForPits(Self& me) {
     const Circuit& circuit = me.race.circuit;
     Driver& driver = me.driver;
     Car& car = me.car;
-    car.limiter = car.pit != PitPlace::none;
     const double soft = 0.6 * me.brake;
     if (car.pit == PitPlace::none) {
         if (!car.stopping || driver.served) return;

@@ -145,6 +145,7 @@ struct Driver {
     double slope = 0;               // of the car's lateral place along the circuit
     double course = 0;              // rad, direction of travel
     double front = 0, stepTime = 0; // m since the line of lap 0, and when
+    double curving = 0;             // change of the road's curvature per metre
     CircuitPoint here;              // the circuit beside the car
     size_t ringPlace = 0;           // index in Race::ring
     double lineLateral = 0;         // the racing line beside the car, m

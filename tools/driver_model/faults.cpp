@@ -84,8 +84,8 @@ void brakeLate(Ill ill) {
     const double wide = std::min(0.25 * late, std::max(0.0, edge + (late > 25 ? 2.5 : -0.8) -
                                                                 outside * ill.driver.lineLateral));
     ill.driver.wantLateral = ill.driver.lineLateral + outside * wide;
-    ill.driver.onLine = false;
-    ill.driver.lateralGrip = 5;
+    ill.driver.onLine = true; // its shape, further out
+    ill.driver.lateralGrip = 6;
 }
 
 void spin(Ill ill, double dt) {

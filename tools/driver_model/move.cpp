@@ -97,7 +97,7 @@ void passMarks(Race& race, Car& car, double sBefore, double way, double dt, doub
     Driver& driver = race.drivers[static_cast<size_t>(car.index)];
     car.s = 0;
     car.total = car.lap * circuit.length;
-    car.lateral = driver.slope = 0;
+    car.lateral = driver.slope = driver.curving = 0;
     car.speed = car.longAccel = 0;
     driver.waitLeft = 5;
     driver.outLap = false;
@@ -112,13 +112,11 @@ void passPits(Race& race, Car& car, double sBefore) {
     if (car.pit == PitPlace::none) {
         if (car.stopping && !driver.served && sBefore < entry && car.s >= entry)
             car.pit = PitPlace::lane;
-        return;
-    }
-    if (car.pit == PitPlace::lane && driver.served && sBefore < exit && car.s >= exit) {
+    } else if (car.pit == PitPlace::lane && driver.served && sBefore < exit && car.s >= exit) {
         car.pit = PitPlace::none;
         driver.served = false;
-        car.limiter = false;
     }
+    car.limiter = car.pit != PitPlace::none;
 }
 
 /// On the way between the pit lane and the road?
@@ -181,8 +179,11 @@ void moveCar(Race& race, Car& car, double dt) {
     car.longAccel = (car.speed - v) / dt;
 
     const double bend = steerAcross(race, car, driver);
-    const double along = 1 + car.lateral * driver.here.curvature;
-    const double way = (v + car.speed) / 2 * dt / std::hypot(along, driver.slope);
+    // In the middle of the step, as far as the last one tells how the road goes on.
+    const double half = v * dt / 2;
+    const double curvature = driver.here.curvature + driver.curving * half;
+    const double along = 1 + (car.lateral + driver.slope * half) * curvature;
+    const double way = (v + car.speed) / 2 * dt / std::hypot(along, driver.slope + bend * half);
     const double slope = std::clamp(driver.slope + bend * way, -kSteepest, kSteepest);
     car.lateral += (driver.slope + slope) / 2 * way;
     car.lateral =
@@ -197,7 +198,9 @@ void moveCar(Race& race, Car& car, double dt) {
     passPits(race, car, before);
     passMarks(race, car, before, way, dt, fuelBefore - car.fuel);
     car.pct = std::min(car.s / race.circuit.length, 1.0);
+    const double curvatureBefore = driver.here.curvature;
     driver.here = circuitAt(race.circuit, car.s);
+    driver.curving = way > 0.01 ? (driver.here.curvature - curvatureBefore) / way : 0;
     driver.lineLateral = valueAt(race.circuit, race.line.lateral, car.s);
     driver.lineSlope = valueAt(race.circuit, race.line.slope, car.s);
     setAttitude(race, car, driver, dt);
