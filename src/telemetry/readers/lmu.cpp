@@ -28,9 +28,11 @@ bool lmuCopyPage(const SharedMap& map, LmuPage& page) {
         constexpr size_t from = offsetof(LmuPage, activeVehicles);
         if (!map.copyOut(from, &page.activeVehicles, offsetof(LmuPage, telemetry) - from))
             return false;
-        const size_t cars = clampedCount(page.activeVehicles, kLmuCars);
-        if (!map.copyOut(offsetof(LmuPage, telemetry), page.telemetry,
-                         cars * sizeof(VehicleTelemetry)))
+        const VehicleTelemetry* player = lmuPlayerTelemetry(page);
+        if (!player) return true;
+        const auto index = static_cast<size_t>(player - page.telemetry);
+        if (!map.copyOut(offsetof(LmuPage, telemetry) + index * sizeof(VehicleTelemetry),
+                         &page.telemetry[index], sizeof(VehicleTelemetry)))
             return false;
     }
     return true;

@@ -19,8 +19,10 @@ struct LmuNames {
     std::string lockEvent = kLmuLockEventName;
 };
 
-/// Brings a private copy up to date: only what the sim says it has written anew, since the sim
-/// waits meanwhile. Under the lock. False, with a mixture in `page`, when the object is too short.
+/// Brings a private copy up to date, under the lock: only what the sim says it has written anew,
+/// and of that only what is read here, since the sim waits meanwhile. Of telemetry that is the
+/// player's record: 2 KB in place of 196. False, with a mixture in `page`, when the object is too
+/// short.
 bool lmuCopyPage(const SharedMap& map, LmuPage& page);
 
 class LmuReader final : public SimReader {
