@@ -321,6 +321,7 @@ TEST(AcReader, AKilledSimAndThenAnother) {
         EXPECT_EQ(sim.frame.simKind, kSimAc);
         kill(second, SIGKILL);
         waitpid(second, nullptr, 0);
+        sim.poll(ac); // its last words
         EXPECT_LE(sim.missesUntilGone(ac), 16);
         EXPECT_FALSE(ac.open()) << "what the dead left behind";
     }
