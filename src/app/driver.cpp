@@ -1,5 +1,6 @@
 #include "app/driver.h"
 
+#include "app/assistants.h"
 #include "app/demo_layout.h"
 #include "app/host_window.h"
 #include "app/main_tick.h"
@@ -23,6 +24,7 @@
 #include "platform/quit_signal.h"
 #include "platform/single_instance.h"
 #include "telemetry/coach_log.h"
+#include "telemetry/setup/game_documents.h"
 #include "telemetry/sibling_state.h"
 #include "telemetry/sim_registry.h"
 
@@ -64,12 +66,13 @@ struct Driver {
     ProcessScan scan;
     IRacingWants iracingWants;
     SteerWords steer;
-    ReaderContext readers{clock, scan, listProcessNames, steer, {0}, &pumpWords.pumpStop, {}};
+    ReaderContext readers{clock, scan, listProcessNames, steer, {0}, &pumpWords.pumpStop, {}, {}};
     SiblingLink sibling; // the pump's thread
     RoadSurvey survey;   // the pump's thread
     std::unique_ptr<RoadSaver> roadSaver;
     SimPump pump{buffer, pumpWords, scan, clock, listProcessNames, {}, {}, {}};
     std::thread pumpThread;
+    Assistants assistants{config, steer, pumpWords, scan, {}};
 
     TickWords tickWords;
     DeadlineTimer tickTimer;
@@ -240,7 +243,9 @@ bool createPanel(Driver& d) {
 
 void fillTick(Driver& d) {
     d.tick.steps = defaultTickSteps();
-    setTickStep(d.tick, "panel watchers", [&d](MainTick&, const SimFrame&) {
+    setTickStep(d.tick, "panel watchers", [&d](MainTick&, const SimFrame& frame) {
+        // No overlay that exists so far shows the wheel.
+        assistantsTick(d.assistants, frame, false, clockMs(d.clock));
         updateNudgeKeys(d.hotkeys);
         // Ten looks a second are enough for a window that changes by hand.
         const uint64_t now = clockMs(d.clock);
@@ -282,7 +287,9 @@ void hangOnPump(Driver& d) {
 }
 
 void startThreads(Driver& d) {
-    d.readers.documentsDir = documentsFolder();
+    d.readers.documentsOf = [](uint32_t appId, const char* gameFolder) {
+        return documentsOfGame(gameDocumentsFolders(appId), gameFolder);
+    };
     d.pump.readers = makeReaders(d.readers, d.iracingWants);
     hangOnPump(d);
     d.pumpThread = std::thread([&d] { simPumpMain(d.pump); });
@@ -343,6 +350,7 @@ void stop(Driver& d) {
     unregisterOverlayHotkeys(d.hotkeys);
     setHotkeyHandler({});
     stopThreads(d);
+    stopAssistants(d.assistants);
     if (d.config.settingsDirty) saveNow(d);
     for (auto& overlay : d.overlays)
         if (overlay) destroyOverlay(*overlay);
@@ -366,6 +374,9 @@ int shootPictures(Driver& d) {
 void runLoop(Driver& d) {
     if (d.line.demo) d.pumpWords.demoOn = 1;
     startHotkeys(d);
+    d.assistants.appDataDir = d.appDataDir;
+    d.assistants.parent = d.panel.window;
+    startAssistants(d.assistants);
     startThreads(d);
     explainHeadless(d);
     logStatus("[app] ready after %d ms\n",

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace vt {
@@ -20,7 +21,14 @@ struct ReaderContext {
     /// Set when the program ends or wants the pump for something else: waits inside `open` and
     /// `poll` look at it at least every 50 ms.
     const std::atomic<uint32_t>* stop = nullptr;
-    std::string documentsDir; // empty where unknown
+    std::string documentsDir; // of every game, unless `documentsOf` knows better; empty = unknown
+    /// The Documents folder that a game sees, by its number in the shop and a folder of its own
+    /// below it: under a compatibility layer each game has one to itself. May be empty.
+    std::function<std::string(uint32_t appId, const char* gameFolder)> documentsOf{};
+
+    std::string documents(uint32_t appId, const char* gameFolder) const {
+        return documentsOf ? documentsOf(appId, gameFolder) : documentsDir;
+    }
 
     bool stopping() const { return stop && stop->load() != 0; }
 };

@@ -74,7 +74,7 @@ struct ReaderSet {
     SteerWords steer;
     std::atomic<uint32_t> stop{0};
     IRacingWants wants;
-    ReaderContext context{clock, scan, listProcessNames, steer, {0}, &stop, {}};
+    ReaderContext context{clock, scan, listProcessNames, steer, {0}, &stop, {}, {}};
     std::vector<std::unique_ptr<SimReader>> readers = makeReaders(context, wants);
 
     void rescan() {

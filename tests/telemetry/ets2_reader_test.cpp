@@ -53,7 +53,7 @@ TEST(Ets2Frame, TheTruck) {
     EXPECT_EQ(f.throttle, 0.25f);
     EXPECT_EQ(f.brake, 0.5f);
     EXPECT_EQ(f.clutch, 0.75f);
-    EXPECT_NEAR(f.steerAngle, 225 * std::numbers::pi / 180, 1e-4);
+    EXPECT_NEAR(f.steerAngle, -225 * std::numbers::pi / 180, 1e-4);
     EXPECT_NEAR(f.oilPressure, 4.136856, 1e-4);
     EXPECT_EQ(f.oilTemp, 52);
     EXPECT_EQ(f.waterTemp, 49);

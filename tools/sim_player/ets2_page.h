@@ -23,7 +23,7 @@ inline void fillEts2Page(const model::Race& race, vt::Ets2Page& page) {
     page.throttle = static_cast<float>(car.throttle);
     page.brake = static_cast<float>(car.brake);
     page.clutch = static_cast<float>(car.clutch);
-    page.steering = static_cast<float>(car.steer);
+    page.steering = static_cast<float>(-car.steer); // counted to the left
     page.fuel = static_cast<float>(car.fuel);
     page.oilPressure = static_cast<float>(car.oilPressure / 0.0689476);
     page.oilTemp = static_cast<float>(car.oilTemp);

@@ -4,6 +4,7 @@ namespace vt {
 
 namespace {
 
+constexpr uint32_t kAccAppId = 805550; // the game's number in the shop
 constexpr uint32_t kBroadcastOffers = kOffersCars | kOffersGaps;
 
 } // namespace
@@ -14,7 +15,7 @@ AccReader::AccReader(ReaderContext& context, AcNames names)
 bool AccReader::open() {
     close();
     if (!attachment_.open()) return false;
-    client_.start(context_.documentsDir);
+    client_.start(context_.documents(kAccAppId, "Assetto Corsa Competizione"));
     return true;
 }
 

@@ -1,4 +1,5 @@
 #include "telemetry/readers/ea_wrc_reader.h"
+#include "telemetry/setup/ea_wrc_setup.h"
 
 namespace vt {
 
@@ -14,7 +15,7 @@ bool EaWrcReader::poll(SimFrame& out) {
     const UdpStage::Look look = stage_.poll();
     if (look == UdpStage::Look::gone) close();
     if (look != UdpStage::Look::packet) return false;
-    if (!idsRead_) ids_ = loadEaWrcIds(context_.documentsDir);
+    if (!idsRead_) ids_ = loadEaWrcIds(context_.documents(kEaWrcAppId, kEaWrcGameFolder));
     idsRead_ = true;
     fillEaWrcFrame(out, stage_.packet(), mapFrame_, ids_, context_.steer);
     return true;

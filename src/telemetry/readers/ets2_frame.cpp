@@ -64,7 +64,7 @@ void fillEts2Frame(SimFrame& out, const Ets2Page& page, SteerWords& steer) {
     out.clutch = finiteOr(page.clutch, 0);
     out.gear = page.gear;
     out.speed = std::abs(finiteOr(page.speed, 0));
-    steerApply(steer, out, page.steering);
+    steerApply(steer, out, -page.steering); // the plug-in counts to the left
     out.latAccel = finiteOr(page.localAccelX, 0);
     out.longAccel = -finiteOr(page.localAccelZ, 0);
     fillEngine(out, page);
