@@ -273,7 +273,7 @@ bool loadCircuit(const std::string& csvPath, Circuit& out, std::string& error) {
     const size_t slash = csvPath.find_last_of("/\\");
     std::string name = csvPath.substr(slash == std::string::npos ? 0 : slash + 1);
     name = name.substr(0, name.find_last_of('.'));
-    out = circuitThrough(name, curved(points, true), true, 4);
+    out = circuitThrough(name, curved(points, true), true, 6);
     return true;
 }
 

@@ -58,7 +58,7 @@ void setAttitude(const Race& race, Car& car, Driver& driver, double dt) {
     const double wanted =
         -kSlipAtLimit * used +
         (car.speed > 1 ? 0.5 * kind.wheelBase * car.latAccel / (car.speed * car.speed) : 0);
-    const double bodySlip = car.slip - driver.spinShown;
+    const double bodySlip = wrapAngle(car.slip - driver.spinShown);
     const double eased = bodySlip + (std::clamp(wanted, -0.15, 0.15) - bodySlip) *
                                         (1 - std::exp(-dt / kSlipSeconds)) *
                                         std::min(1.0, car.speed / 3);

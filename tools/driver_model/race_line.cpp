@@ -127,7 +127,9 @@ void straighten(Band& band) {
             u[i] += eager - z[i];
         }
     }
-    band.n = z;
+    // The smooth one of the two, which may miss the edge by a little.
+    for (size_t i = 0; i < x.size(); ++i)
+        band.n[i] = std::clamp(x[i], band.low[i] - 0.3, band.high[i] + 0.3);
 }
 
 /// The lateral places of a band at every point of the circuit.
@@ -192,7 +194,7 @@ RaceLine findRaceLine(const Circuit& circuit, double margin) {
         straighten(band);
     RaceLine line;
     line.lateral = spread(circuit, band);
-    smoothValues(line.lateral, circuit.closed, 5);
+    smoothValues(line.lateral, circuit.closed, 8);
     complete(circuit, line);
     return line;
 }
