@@ -181,6 +181,17 @@ TEST(LmuReader, AnotherHoldersLockIsWaitedForButNotForEver) {
     EXPECT_FALSE(sim.poll()) << "no fault on a lock that shrank";
 }
 
+/// Removes what killed sims left behind.
+struct Sweeper {
+    LmuNames names;
+    ~Sweeper() {
+        SharedMapWriter map;
+        NamedEvent event, lockEvent;
+        EXPECT_TRUE(map.create(names.map, 1) && event.create(names.event) &&
+                    lockEvent.create(names.lockEvent));
+    }
+};
+
 /// A sim in a process of its own that takes the lock and dies over it once it is told to.
 struct DoomedSim {
     pid_t child = -1;
@@ -235,6 +246,7 @@ struct DoomedSim {
 TEST(LmuReader, ASimKilledInTheLockIsGoneAndItsNextRunWorks) {
     ReaderDesk desk;
     const LmuNames names = ownNames();
+    const Sweeper sweeper{names};
     LmuReader reader(desk.context, names);
     DoomedSim first(names);
     ASSERT_TRUE(reader.open());

@@ -80,8 +80,8 @@ inline void fillScoring(const model::Race& race, const model::Car& car, vt::Vehi
 inline void fillWheel(const model::Car& car, const model::Wheel& wheel, vt::VehicleWheel& out) {
     out.lateralPatchVelocity = car.speed * std::tan(std::clamp(wheel.slipAngle, -1.5, 1.5));
     out.pressure = wheel.pressure;
-    for (double& temperature : out.temperature)
-        temperature = wheel.tempC + vt::kZeroCelsius;
+    for (int i = 0; i < 3; ++i)
+        out.temperature[i] = wheel.tempC + vt::kZeroCelsius;
     out.wear = wheel.wear;
     putText(out.terrainName, wheel.onKerb ? "RMBL_01" : wheel.offTrack ? "GRASS" : "ROAD");
     out.surfaceType = wheel.onKerb     ? vt::kSurfaceKerb
