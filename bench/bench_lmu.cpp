@@ -198,6 +198,8 @@ void lockHeld(benchmark::State& state) {
         waitpid(writer, nullptr, 0);
         SharedMapWriter sweeper; // removes what the killed one left behind
         sweeper.create(names.map, 1);
+        NamedEvent lockEvent;
+        lockEvent.create(names.lockEvent);
     }
 }
 BENCHMARK(lockHeld)->Iterations(3000);
