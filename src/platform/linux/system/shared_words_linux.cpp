@@ -1,5 +1,5 @@
 #include "base/utf8.h"
-#include "lease.h"
+#include "platform/linux/system/lease.h"
 #include "platform/shared_map.h"
 #include "platform/shared_words.h"
 
