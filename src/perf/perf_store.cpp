@@ -207,7 +207,7 @@ std::vector<SessionRecord> PerfStore::loadSessions(int32_t simKind, std::string_
             const RecordEntry& entry = file.entries[i];
             if (trackIdFilter > 0 && (!entry.isObject || entry.head.trackId != trackIdFilter))
                 continue;
-            if (parseSession(file.entryText(i), sessions.emplace_back())) continue;
+            if (parseSessionText(file.entryText(i), sessions.emplace_back())) continue;
             logStatus("VT Perf store: %s holds a value of a wrong type\n", path.c_str());
             return std::vector<SessionRecord>();
         }
@@ -228,7 +228,7 @@ bool PerfStore::loadSession(const SessionKey& key, SessionRecord& out) {
                                 file) != RecordState::good)
             return false;
         const int index = findSession(file, key.date);
-        return index >= 0 && parseSession(file.entryText(static_cast<size_t>(index)), out);
+        return index >= 0 && parseSessionText(file.entryText(static_cast<size_t>(index)), out);
     });
 }
 

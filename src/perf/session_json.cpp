@@ -486,7 +486,7 @@ bool parseSession(const Json& object, SessionRecord& out) {
     return true;
 }
 
-bool parseSession(std::string_view text, SessionRecord& out) {
+bool parseSessionText(std::string_view text, SessionRecord& out) {
     Json object;
     return parseJson(text, object) && parseSession(object, out);
 }

@@ -16,7 +16,7 @@ std::string sessionToJson(const SessionRecord& record);
 /// A missing or null value is the default. False, and `out` in no defined state, when a value has
 /// the wrong type. Lists are cut at their limits.
 bool parseSession(const nlohmann::json& object, SessionRecord& out);
-bool parseSession(std::string_view text, SessionRecord& out);
+bool parseSessionText(std::string_view text, SessionRecord& out);
 
 /// The double whose text is the shortest that reads back as `value`; 0 when it is not finite.
 double shortestDouble(float value);
