@@ -37,8 +37,8 @@ namespace vt {
 /// The bytes of a version-6 file; empty when the trace cannot be written (see traceWrite).
 std::string traceEncode(const TraceFile& trace, bool compress);
 
-/// False, and `out` empty, unless everything but the event block is whole. Memory grows with the size
-/// of `bytes`, at most some 700 times, and never beyond 500 MB.
+/// False, and `out` empty, unless everything but the event block is whole. Memory grows with the
+/// size of `bytes`, at most some 700 times, and never beyond 500 MB.
 bool traceDecode(ByteView bytes, TraceFile& out);
 
 /// Overwrites the time fields of the lap table in place. False, and nothing changed, unless the
