@@ -173,14 +173,14 @@ TEST(ReaderTable, IsWritten) {
     for (const SimUnderTest& sim : simsUnderTest()) {
         SimFrame frame;
         ASSERT_TRUE(canPlay(sim) &&
-                    watch(sim, 60, true, seen[static_cast<size_t>(sim.kind)], frame));
+                    watch(sim, 16, true, seen[static_cast<size_t>(sim.kind)], frame));
         head += std::string(" ") + simShortName(sim.kind) + " |";
         line += "---|";
     }
     std::string text =
-        "# What each reader fills\n\nMade by `test_sims` (VT_WRITE_DOCS=1): a minute of "
-        "a driven race, or stage, through each\nsim's own transport. A field counts "
-        "when it held anything but its default. Iracing's column is of one\n"
+        "# What each reader fills\n\nMade by `test_sims` (VT_WRITE_DOCS=1): most of "
+        "a minute of a race, or of a stage, through each\nsim's own transport. A field counts "
+        "when it held anything but its default. iRacing's column is of one\n"
         "recording. Fields that the pump adds are not among them.\n\n## The frame\n\n";
     text += "| Field " + head + "\n" + line + "\n";
     for (size_t i = 0; i < std::size(kFrameProbes); ++i) {
