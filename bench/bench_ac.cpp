@@ -2,6 +2,7 @@
 // full field through its broadcasting port; and what the port's client spends on a round of cars.
 // Heap allocations are counted in all of it.
 #include "base/triple_buffer.h"
+#include "count_allocations.h"
 #include "platform/shared_map.h"
 #include "support/acc_server.h"
 #include "telemetry/readers/ac_reader.h"
@@ -19,23 +20,6 @@
 #include <string>
 #include <thread>
 #include <unistd.h>
-
-namespace {
-std::atomic<uint64_t> allocations{0};
-}
-
-// Out of line: the compiler would otherwise see malloc and free behind a pair that it knows.
-__attribute__((noinline)) void* operator new(size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* at = std::malloc(size ? size : 1)) return at;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* at) noexcept {
-    std::free(at);
-}
-__attribute__((noinline)) void operator delete(void* at, size_t) noexcept {
-    std::free(at);
-}
 
 namespace vt {
 namespace {

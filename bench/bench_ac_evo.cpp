@@ -1,5 +1,6 @@
 // What a look at AC EVO costs: one poll of its three pages with 60 cars that move, and the heap
 // allocations in it.
+#include "count_allocations.h"
 #include "platform/shared_map.h"
 #include "telemetry/readers/ac_evo_reader.h"
 
@@ -12,23 +13,6 @@
 #include <new>
 #include <string>
 #include <unistd.h>
-
-namespace {
-std::atomic<uint64_t> allocations{0};
-}
-
-// Out of line: the compiler would otherwise see malloc and free behind a pair that it knows.
-__attribute__((noinline)) void* operator new(size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* at = std::malloc(size ? size : 1)) return at;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* at) noexcept {
-    std::free(at);
-}
-__attribute__((noinline)) void operator delete(void* at, size_t) noexcept {
-    std::free(at);
-}
 
 namespace vt {
 namespace {

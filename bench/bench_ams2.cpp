@@ -1,5 +1,6 @@
 // What a look at Automobilista 2, RaceRoom and ETS2 costs: one poll of a full field with a new
 // frame each time, the heap allocations in it, and the copy alone.
+#include "count_allocations.h"
 #include "driver_model/driver_model.h"
 #include "platform/shared_map.h"
 #include "sim_player/ams2_page.h"
@@ -17,23 +18,6 @@
 #include <new>
 #include <string>
 #include <unistd.h>
-
-namespace {
-std::atomic<uint64_t> allocations{0};
-}
-
-// Out of line: the compiler would otherwise see malloc and free behind a pair that it knows.
-__attribute__((noinline)) void* operator new(size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* at = std::malloc(size ? size : 1)) return at;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* at) noexcept {
-    std::free(at);
-}
-__attribute__((noinline)) void operator delete(void* at, size_t) noexcept {
-    std::free(at);
-}
 
 namespace vt {
 namespace {

@@ -1,5 +1,6 @@
 // What a look at iRacing costs: one poll of a real image with a new sample each time, the heap
 // allocations in it, and the session text that is only parsed when it changed.
+#include "count_allocations.h"
 #include "platform/shared_map.h"
 #include "telemetry/readers/iracing_reader.h"
 
@@ -15,23 +16,6 @@
 #include <string>
 #include <unistd.h>
 #include <vector>
-
-namespace {
-std::atomic<uint64_t> allocations{0};
-}
-
-// Out of line: the compiler would otherwise see malloc and free behind a pair that it knows.
-__attribute__((noinline)) void* operator new(size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* at = std::malloc(size ? size : 1)) return at;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* at) noexcept {
-    std::free(at);
-}
-__attribute__((noinline)) void operator delete(void* at, size_t) noexcept {
-    std::free(at);
-}
 
 namespace vt {
 namespace {

@@ -1,6 +1,7 @@
 // What a look at Le Mans Ultimate and rFactor 2 costs with full fields of the driver model: one
 // poll with new scoring and telemetry each time, the heap allocations in it, and for how long the
 // lock of Le Mans Ultimate is held while a sim in another process writes 400 times a second.
+#include "count_allocations.h"
 #include "platform/named_event.h"
 #include "sim_player/lmu_page.h"
 #include "sim_player/rf2_pages.h"
@@ -22,23 +23,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-namespace {
-std::atomic<uint64_t> allocations{0};
-}
-
-// Out of line: the compiler would otherwise see malloc and free behind a pair that it knows.
-__attribute__((noinline)) void* operator new(size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* at = std::malloc(size ? size : 1)) return at;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* at) noexcept {
-    std::free(at);
-}
-__attribute__((noinline)) void operator delete(void* at, size_t) noexcept {
-    std::free(at);
-}
 
 namespace vt {
 namespace {

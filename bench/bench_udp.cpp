@@ -5,6 +5,7 @@
 //     bench_udp                                      everything, a few minutes
 //     bench_udp --benchmark_filter=Sibling           ten million copies of the record
 #include "base/log.h"
+#include "count_allocations.h"
 #include "platform/process_list.h"
 #include "support/sibling_record.h"
 #include "telemetry/readers/beamng_reader.h"
@@ -30,23 +31,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-namespace {
-std::atomic<uint64_t> allocations{0};
-}
-
-// Out of line: the compiler would otherwise see malloc and free behind a pair that it knows.
-__attribute__((noinline)) void* operator new(size_t size) {
-    allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* at = std::malloc(size ? size : 1)) return at;
-    throw std::bad_alloc();
-}
-__attribute__((noinline)) void operator delete(void* at) noexcept {
-    std::free(at);
-}
-__attribute__((noinline)) void operator delete(void* at, size_t) noexcept {
-    std::free(at);
-}
 
 namespace vt {
 namespace {
