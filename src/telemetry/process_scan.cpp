@@ -80,8 +80,7 @@ void processScan(ProcessScan& scan, uint64_t nowMs, ProcessLister lister) {
     };
     if (fresh() || scan.scanning.exchange(1) != 0) return;
     if (!fresh()) { // another thread may have finished its scan since
-        std::vector<std::string> names;
-        if (lister && lister(names)) applyProcessNames(scan, names);
+        if (lister && lister(scan.names)) applyProcessNames(scan, scan.names);
         scan.lastScanMs.store(std::max<uint64_t>(nowMs, 1));
     }
     scan.scanning.store(0);

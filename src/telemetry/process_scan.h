@@ -20,6 +20,7 @@ struct ProcessScan {
 
     std::atomic<uint32_t> scanning{0};   // the guard: one scan at a time
     std::atomic<uint64_t> lastScanMs{0}; // 0 = never
+    std::vector<std::string> names;      // of whoever holds the guard; kept for its memory
 };
 
 /// Gives the names of the running programs; false when no list can be had.
