@@ -87,14 +87,17 @@ int PerfStore::sweepOrphans(int32_t simKind) {
     std::vector<FolderEntry> traces = listFolder(folder);
     std::erase_if(traces, [](const FolderEntry& entry) { return entry.isFolder; });
     if (traces.empty()) return 0;
-    std::unordered_set<std::string> named;
+    std::vector<std::string> named; // sorted: 20,000 names are looked up after every commit
     for (const FolderEntry& file : recordFilesOf(base_, simKind)) {
         const RecordEntries* entries = nullptr;
         if (inside_->files.entries(file.name, &file, entries) != RecordState::good) return 0;
         for (const RecordEntry& entry : *entries)
-            named.insert(entry.head.traceFile);
+            named.push_back(entry.head.traceFile);
     }
-    std::erase_if(traces, [&](const FolderEntry& entry) { return named.count(entry.name) > 0; });
+    std::sort(named.begin(), named.end());
+    std::erase_if(traces, [&](const FolderEntry& entry) {
+        return std::binary_search(named.begin(), named.end(), entry.name);
+    });
     if (traces.empty()) return 0;
     int removed = 0;
     const std::vector<std::string> aside = textsAside(perfSimDir(base_, simKind));
