@@ -89,6 +89,8 @@ struct Oracle {
     void *packer = nullptr, *unpacker = nullptr;
     size_t (*compress)(const void*, size_t, void*, size_t, void*) = nullptr;
     int (*decompress)(const void*, size_t, void*, size_t, void*) = nullptr;
+    void (*freePacker)(void*) = nullptr;
+    void (*freeUnpacker)(void*) = nullptr;
 
     Oracle() {
         if (!library) return;
@@ -107,6 +109,12 @@ struct Oracle {
             makePacker(kXpress, kXpressChunk, 0, &packer) != 0 ||
             makeUnpacker(kXpress, kXpressChunk, &unpacker) != 0)
             unpacker = nullptr;
+        find(freePacker, "wimlib_free_compressor");
+        find(freeUnpacker, "wimlib_free_decompressor");
+    }
+    ~Oracle() {
+        if (freePacker) freePacker(packer);
+        if (freeUnpacker) freeUnpacker(unpacker);
     }
 };
 
