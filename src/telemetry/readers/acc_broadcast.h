@@ -41,7 +41,7 @@ private:
     void publish(const AccSnapshot& snapshot);
     void receiveWaiting(UdpSocket& socket, const AccBroadcastOut& out);
 
-    const Clock clock_;
+    const Clock clock_{};
     std::thread thread_;
     std::atomic<uint32_t> stop_{0};           // owner -> client's thread
     std::atomic<int32_t> phase_{kAccIdle};    // client's thread -> any
