@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         vt::fillDirtRally2Frame(frame, packet, memory, steer);
         if (!(frame.speed >= 0 && frame.speed <= 200) || frame.gear < -1 || frame.gear > 12 ||
             !(frame.lapDistPct >= 0 && frame.lapDistPct <= 1) || frame.trackId < 0 ||
-            !std::isfinite(frame.trackLength + frame.currentLapTime))
+            !std::isfinite(frame.trackLength) || !std::isfinite(frame.currentLapTime))
             std::abort();
     }
     return 0;

@@ -12,8 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vt::SteerWords steer;
     vt::fillEaWrcFrame(frame, {data, size}, mapFrame, ids, steer);
     if (!(frame.speed >= 0 && frame.speed <= 200) || frame.gear < -1 || frame.gear > 255 ||
-        !(frame.lapDistPct >= 0 && frame.lapDistPct <= 1) ||
-        !std::isfinite(frame.trackLength + frame.currentLapTime + frame.shiftRpm))
+        !(frame.lapDistPct >= 0 && frame.lapDistPct <= 1) || !std::isfinite(frame.trackLength) ||
+        !std::isfinite(frame.currentLapTime) || !std::isfinite(frame.shiftRpm))
         std::abort();
     return 0;
 }

@@ -17,8 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         rest = rest.subspan(2 + length);
     }
     vt::fillF1Frame(frame, state, 0);
-    if (frame.cars.size() > vt::kF1Cars || !std::isfinite(frame.throttle + frame.steerAngle) ||
-        !(frame.lapDistPct >= 0 && frame.lapDistPct <= 1))
+    if (frame.cars.size() > vt::kF1Cars || !std::isfinite(frame.throttle) ||
+        !std::isfinite(frame.steerAngle) || !(frame.lapDistPct >= 0 && frame.lapDistPct <= 1))
         std::abort();
     for (const vt::CarRow& car : frame.cars)
         if (!(car.lapDistPct >= 0 && car.lapDistPct <= 1)) std::abort();

@@ -41,8 +41,9 @@ void fillSurface(SimFrame& out, const VehicleTelemetry& car, const VehicleScorin
     if (!player) return;
     if (player->inPits) out.trackSurface = kToPits;
     if (player->inGarage || player->pitState == kPitStopped) out.trackSurface = kInStall;
-    if (std::isfinite(player->pathLateral)) {
-        out.pathLateral = static_cast<float>(player->pathLateral);
+    const auto lateral = static_cast<float>(player->pathLateral);
+    if (std::isfinite(lateral)) { // a double may be finite and too large for a float
+        out.pathLateral = lateral;
         out.pathLateralOk = 1;
     }
     out.trackEdge = finiteOr(player->trackEdge, 0);
