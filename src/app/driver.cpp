@@ -3,13 +3,16 @@
 #include "app/assistants.h"
 #include "app/demo_layout.h"
 #include "app/host_window.h"
+#include "app/importing.h"
 #include "app/main_tick.h"
 #include "app/readers.h"
+#include "app/recorder.h"
 #include "app/shoot.h"
 #include "app/sim_pump.h"
 #include "base/hash.h"
 #include "base/log.h"
 #include "base/translate.h"
+#include "overlay/overlays/delta_trace_view.h"
 #include "overlay/overlays/overlay_catalogue.h"
 #include "overlay/settings/settings_store.h"
 #include "overlay/window/overlay_hotkeys.h"
@@ -70,6 +73,8 @@ struct Driver {
     SiblingLink sibling; // the pump's thread
     RoadSurvey survey;   // the pump's thread
     std::unique_ptr<RoadSaver> roadSaver;
+    std::unique_ptr<Recorder> recorder;   // none without a data folder
+    std::unique_ptr<Importing> importing; // as the recorder
     SimPump pump{buffer, pumpWords, scan, clock, listProcessNames, {}, {}, {}};
     std::thread pumpThread;
     Assistants assistants{config, steer, pumpWords, scan, {}};
@@ -198,6 +203,7 @@ HostView hostView(Driver& d) {
                              : Translate("No sim running");
     view.arranging = anyInEditMode(d.host);
     view.saveFailed = settingsSaveFailed;
+    view.lapsFailed = d.recorder && d.recorder->saveFailed();
     const auto addHint = [&view](const std::string& keys, const char* what) {
         if (keys.empty()) return;
         if (!view.hint.empty()) view.hint += "   ";
@@ -206,6 +212,8 @@ HostView hostView(Driver& d) {
     addHint(shortcutText(d.config.arrangeHotkeyVk, d.config.arrangeHotkeyMod),
             Translate("arrange"));
     addHint(shortcutText(d.config.demoHotkeyVk, d.config.demoHotkeyMod), Translate("demo race"));
+    const std::string importing = d.importing ? d.importing->statusLine() : "";
+    if (!importing.empty()) view.hint = importing;
     for (const int slot : overlayDirectory())
         if (OverlayWindow* overlay = d.host.overlays[slot])
             view.rows.push_back(
@@ -225,6 +233,9 @@ bool createPanel(Driver& d) {
     d.panel.actions.toggleOverlay = [&d](int slot) { toggleOverlayEnabled(d.host, slot); };
     d.panel.actions.toggleDemo = [&d] { toggleDemo(d); };
     d.panel.actions.toggleArrange = [&d] { toggleArrangeMode(d.host); };
+    d.panel.actions.openImport = [&d] {
+        if (d.importing) d.importing->openWindow();
+    };
     d.panel.actions.quit = [] { loopQuit(0); };
     d.panel.actions.tick = [&d] { mainTick(d.tick); };
     d.panel.view = hostView(d);
@@ -246,12 +257,17 @@ void fillTick(Driver& d) {
     setTickStep(d.tick, "panel watchers", [&d](MainTick&, const SimFrame& frame) {
         // No overlay that exists so far shows the wheel.
         assistantsTick(d.assistants, frame, false, clockMs(d.clock));
+        if (d.importing) d.importing->tick(frame, clockSeconds(d.clock));
         updateNudgeKeys(d.hotkeys);
         // Ten looks a second are enough for a window that changes by hand.
         const uint64_t now = clockMs(d.clock);
         if (now < d.nextPanelLookMs) return;
         d.nextPanelLookMs = now + 100;
         updateHostWindow(d.panel, hostView(d));
+    });
+    setTickStep(d.tick, "recorder", [&d](MainTick&, const SimFrame& frame) {
+        if (d.recorder)
+            d.recorder->tick(frame, d.config, d.pumpWords.demoOn != 0, clockUnixSeconds(d.clock));
     });
     setTickStep(d.tick, "save settings", [&d](MainTick&, const SimFrame&) { saveWhenDirty(d); });
 }
@@ -277,16 +293,39 @@ void hangOnPump(Driver& d) {
         return d.scan.siblingRunning && siblingRead(d.sibling, state) ? state.gameId : -1;
     };
     hooks.survey = [&d](SimFrame& frame, bool) {
-        if (frame.simKind == kSimIRacing) return false;
+        if (frame.simKind == kSimIRacing) {
+            if (d.recorder) d.recorder->placeOnRoad(frame);
+            return false;
+        }
         return roadSurveyFrame(d.survey, frame);
     };
-    hooks.simDisconnected = [&d](int32_t) { roadSurveyRestart(d.survey); };
-    hooks.pushSample = [](const SimFrame& frame, bool) {
+    hooks.simDisconnected = [&d](int32_t) {
+        roadSurveyRestart(d.survey);
+        if (d.recorder) d.recorder->simLost();
+    };
+    hooks.pushSample = [&d](const SimFrame& frame, bool reset) {
+        if (d.recorder) d.recorder->pushSample(frame, reset);
         coachLogPosition(frame.sessionNum, frame.sessionTime, frame.lap, frame.lapDistPct);
     };
 }
 
+void startRecorder(Driver& d) {
+    if (d.appDataDir.empty()) return;
+    d.recorder = std::make_unique<Recorder>(d.appDataDir, shippedFolder("data"),
+                                            &d.iracingWants.gpsLearnWanted);
+    d.importing = std::make_unique<Importing>(d.recorder->store(), d.config, d.appDataDir,
+                                              shippedFolder("data"));
+    d.importing->parent = d.panel.window;
+    deltaReferenceInputs = [&d](const SimFrame& frame, float pct, int reference,
+                                DeltaReferenceInputs& out) {
+        constexpr int kLastLap = 1;
+        return d.recorder->referenceAt(frame, pct, reference == kLastLap, out.throttle, out.brake,
+                                       out.gear);
+    };
+}
+
 void startThreads(Driver& d) {
+    startRecorder(d);
     d.readers.documentsOf = [](uint32_t appId, const char* gameFolder) {
         return documentsOfGame(gameDocumentsFolders(appId), gameFolder);
     };
@@ -344,6 +383,10 @@ void stopThreads(Driver& d) {
     if (d.pumpThread.joinable()) d.pumpThread.join();
     roadSurveyRestart(d.survey);
     d.roadSaver.reset();
+    d.importing.reset();
+    if (d.recorder) d.recorder->finish(d.config, clockUnixSeconds(d.clock));
+    deltaReferenceInputs = nullptr;
+    d.recorder.reset();
 }
 
 void stop(Driver& d) {

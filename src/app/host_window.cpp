@@ -14,7 +14,7 @@ namespace {
 
 constexpr float kWidth = 380, kMargin = 20, kRowHeight = 40, kButtonHeight = 38;
 constexpr float kCaptionRoom = 32, kFreeGap = 24;
-constexpr int kDemoHit = -2, kArrangeHit = -3;
+constexpr int kDemoHit = -2, kArrangeHit = -3, kImportHit = -4;
 
 void drawSwitch(Canvas& canvas, RectF row, bool on) {
     const RectF track = rectAt(row.right - 54, row.centerY() - 10, 40, 20);
@@ -61,6 +61,8 @@ void click(HostWindow& host, int hit) {
         if (host.actions.toggleDemo) host.actions.toggleDemo();
     } else if (hit == kArrangeHit) {
         if (host.actions.toggleArrange) host.actions.toggleArrange();
+    } else if (hit == kImportHit) {
+        if (host.actions.openImport) host.actions.openImport();
     }
 }
 
@@ -135,6 +137,8 @@ HostPlan hostPlan(size_t rowCount) {
     const float half = (kWidth - 2 * kMargin - 12) / 2;
     plan.demo = rectAt(kMargin, y, half, kButtonHeight);
     plan.arrange = rectAt(kMargin + half + 12, y, half, kButtonHeight);
+    y += kButtonHeight + 12;
+    plan.import = rectAt(kMargin, y, kWidth - 2 * kMargin, kButtonHeight);
     plan.hint = rectAt(kMargin, y + kButtonHeight + 10, kWidth - 2 * kMargin, 20);
     plan.height = plan.hint.bottom + 14;
     return plan;
@@ -145,6 +149,7 @@ int hostHit(const HostPlan& plan, float x, float y) {
         if (plan.rows[i].contains(x, y)) return static_cast<int>(i);
     if (plan.demo.contains(x, y)) return kDemoHit;
     if (plan.arrange.contains(x, y)) return kArrangeHit;
+    if (plan.import.contains(x, y)) return kImportHit;
     return -1;
 }
 
@@ -153,13 +158,15 @@ void drawHost(Canvas& canvas, const HostPlan& plan, const HostView& view, int ho
     canvas.fillRect(canvas.bounds(), panelBrush(kBrushBackground));
     drawText(canvas, panelFormat(kFormatTitle), "VANTOREL OVERLAYS", plan.title,
              panelBrush(kBrushText));
-    const PanelBrush dot = view.saveFailed ? kBrushBad : view.live ? kBrushGood : kBrushTextFaint;
+    const bool failed = view.saveFailed || view.lapsFailed;
+    const PanelBrush dot = failed ? kBrushBad : view.live ? kBrushGood : kBrushTextFaint;
     canvas.fillEllipse({plan.status.left + 5, plan.status.centerY()}, 5, 5, panelBrush(dot));
     RectF status = plan.status;
     status.left += 20;
     drawText(canvas, label,
-             view.saveFailed ? Translate("Could not save your settings: check free disk space")
-                             : view.status.c_str(),
+             view.saveFailed   ? Translate("Could not save your settings: check free disk space")
+             : view.lapsFailed ? Translate("Could not save your laps: check free disk space")
+                               : view.status.c_str(),
              status, panelBrush(kBrushTextSoft));
     for (size_t i = 0; i < plan.rows.size() && i < view.rows.size(); ++i) {
         const RectF row = plan.rows[i];
@@ -175,6 +182,8 @@ void drawHost(Canvas& canvas, const HostPlan& plan, const HostView& view, int ho
     drawButton(canvas, plan.arrange,
                view.arranging ? Translate("Lock overlays") : Translate("Arrange"), view.arranging,
                hover == kArrangeHit);
+    drawButton(canvas, plan.import, Translate("Import telemetry files"), false,
+               hover == kImportHit);
     drawText(canvas, panelFormat(kFormatStatus), view.hint, plan.hint, panelBrush(kBrushTextDim),
              TextAlign::center);
 }

@@ -23,8 +23,9 @@ struct HostView {
     bool live = false;  // a sim or the demo race
     bool demo = false;
     bool arranging = false;
-    bool saveFailed = false;
-    std::string hint; // the shortcuts
+    bool saveFailed = false; // the settings
+    bool lapsFailed = false; // the newest stint
+    std::string hint;        // the shortcuts
     std::vector<Row> rows;
     bool operator==(const HostView&) const = default;
 };
@@ -33,6 +34,7 @@ struct HostActions {
     std::function<void(int slot)> toggleOverlay;
     std::function<void()> toggleDemo;
     std::function<void()> toggleArrange;
+    std::function<void()> openImport;
     std::function<void()> quit;
     std::function<void()> tick; // a tick's message arrived
 };
@@ -40,11 +42,12 @@ struct HostActions {
 /// Where things are, in design units; a pure function of the number of rows.
 struct HostPlan {
     float width = 0, height = 0;
-    RectF title, status, demo, arrange, hint;
+    RectF title, status, demo, arrange, import, hint;
     std::vector<RectF> rows;
 };
 HostPlan hostPlan(size_t rowCount);
-/// Index of the row under the point; -2 the demo button, -3 the arrange button, -1 nothing.
+/// Index of the row under the point; -2 the demo button, -3 the arrange button, -4 the
+/// import button, -1 nothing.
 int hostHit(const HostPlan& plan, float x, float y);
 void drawHost(Canvas& canvas, const HostPlan& plan, const HostView& view, int hover);
 

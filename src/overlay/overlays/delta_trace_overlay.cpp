@@ -130,12 +130,12 @@ void drawHead(ListPainter& p, RectF head, const DeltaTraceView& view, float size
     }
 }
 
-void drawInputs(ListPainter& p, RectF strip, const SimFrame* frame, float size,
+void drawInputs(ListPainter& p, RectF strip, const SimFrame* frame, int reference, float size,
                 const TraceColours& c) {
     const TextStyle small{Face::sans, size, 600};
     DeltaReferenceInputs inputs;
-    const bool known =
-        frame && deltaReferenceInputs && deltaReferenceInputs(*frame, frame->lapDistPct, inputs);
+    const bool known = frame && deltaReferenceInputs &&
+                       deltaReferenceInputs(*frame, frame->lapDistPct, reference, inputs);
     if (!known) {
         p.text(strip, Translate("N/A"), small, c.dim, TextAlign::center);
         return;
@@ -205,8 +205,8 @@ void DeltaTraceOverlay::draw(Canvas& target, RectF rect) {
     RectF inside{rect.left + 10, rect.top + 2, rect.right - 10, rect.bottom - 4};
     if (c.dtRefInputs) {
         const float top = inside.bottom - kInputsHeight * unit;
-        drawInputs(painter, {inside.left, top, inside.right, inside.bottom}, liveFrame(), size,
-                   colours);
+        drawInputs(painter, {inside.left, top, inside.right, inside.bottom}, liveFrame(), c.dtRef,
+                   size, colours);
         inside.bottom = top;
     }
     drawHead(painter, {inside.left, inside.top, inside.right, inside.top + headHeight}, view_, size,

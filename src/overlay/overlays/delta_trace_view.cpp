@@ -8,7 +8,8 @@
 
 namespace vt {
 
-bool (*deltaReferenceInputs)(const SimFrame& frame, float pct, DeltaReferenceInputs& out) = nullptr;
+std::function<bool(const SimFrame& frame, float pct, int reference, DeltaReferenceInputs& out)>
+    deltaReferenceInputs;
 
 namespace {
 

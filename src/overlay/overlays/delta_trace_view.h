@@ -3,6 +3,7 @@
 #include "overlay/settings/overlay_config.h"
 #include "telemetry/sim_frame.h"
 
+#include <functional>
 #include <vector>
 
 namespace vt {
@@ -64,7 +65,9 @@ struct DeltaReferenceInputs {
     float throttle = 0, brake = 0; // 0..1
     int gear = 0;
 };
-/// Supplied by whoever keeps laps; empty until then.
-extern bool (*deltaReferenceInputs)(const SimFrame& frame, float pct, DeltaReferenceInputs& out);
+/// Supplied by whoever keeps laps; empty until then. `reference` as `dtRef`.
+extern std::function<bool(const SimFrame& frame, float pct, int reference,
+                          DeltaReferenceInputs& out)>
+    deltaReferenceInputs;
 
 } // namespace vt
