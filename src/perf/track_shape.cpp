@@ -1,9 +1,10 @@
 #include "perf/track_shape.h"
 
+#include "perf/bin_line.h"
 #include "perf/live_map.h"
+#include "perf/map_text.h"
+#include "perf/track_map_files.h"
 #include "perf/turn_finder.h"
-#include "platform/file.h"
-#include "platform/paths.h"
 #include "telemetry/sim_registry.h"
 
 #include <nlohmann/json.hpp>
@@ -56,15 +57,73 @@ void addTurns(TrackShape& shape) {
         shape.turns.push_back({++number, {}, turn.apex, turn.radius});
 }
 
-bool loadDrawnMap(TrackShape& out, const std::string& path, int trackId, float length) {
-    std::string text;
-    if (!readFile(path, text, 16 << 20)) return false;
-    const Json root = Json::parse(text, nullptr, false);
-    const bool ours = root.is_object() && root.contains("trackId") &&
-                      root["trackId"].is_number_integer() &&
-                      root["trackId"].get<int64_t>() == trackId;
-    if (!ours || !readPoints(root, "path", out.line) || !readPoints(root, "pitPath", out.pitLane) ||
-        out.line.size() <= 10)
+/// As many points as an outline needs: one for every two metres, within limits.
+size_t outlinePoints(float length) {
+    return static_cast<size_t>(std::clamp(length / 2, 1000.0f, 4000.0f));
+}
+
+/// A value for each of `count` points from one for each bin.
+std::vector<float> spread(const std::vector<float>& values, size_t count, float sign) {
+    std::vector<float> out;
+    for (size_t i = 0; i < count && !values.empty(); ++i)
+        out.push_back(std::max(0.0f, sign * values[i * values.size() / count]));
+    return out;
+}
+
+bool shapeOfSurvey(const GpsMap& map, TrackShape& out) {
+    if (!map.usable()) return false;
+    std::vector<PointF> line;
+    for (size_t i = 0; i < map.x.size(); ++i)
+        line.push_back({map.x[i], map.y[i]});
+    const size_t count = outlinePoints(map.trackLengthM);
+    for (size_t i = 0; i < count; ++i)
+        out.line.push_back(lineAt(line, static_cast<double>(i) / static_cast<double>(count)));
+    out.edgeLeft = spread(map.bandLo, count, -1);
+    out.edgeRight = spread(map.bandHi, count, 1);
+    out.length = map.trackLengthM;
+    out.scale = 1;
+    out.turns = map.turns;
+    return true;
+}
+
+bool shapeOfBins(const std::string& path, int trackId, float length, TrackShape& out) {
+    TrackBinMap map;
+    MetreLine metres;
+    if (!readTrackBinMap(path, trackId, map) || !metreLineOf(map, length, metres)) return false;
+    const size_t count = outlinePoints(metres.length);
+    for (size_t i = 0; i < count; ++i)
+        out.line.push_back(
+            lineAt(metres.points, static_cast<double>(i) / static_cast<double>(count)));
+    out.length = metres.length;
+    out.scale = 1;
+    return true;
+}
+
+/// iRacing's sources in the order of trust.
+bool loadSimTrack(TrackShape& out, const std::string& dataDir, const std::string& baseDir,
+                  int trackId, float length) {
+    GpsMap survey;
+    if (loadGpsMapForTrack(dataDir, baseDir, trackId, survey) && shapeOfSurvey(survey, out))
+        return true;
+    const auto drawn = [&](const std::string& path) {
+        TrackShape shape;
+        if (!readDrawnMap(path, trackId, length, shape)) return false;
+        out = std::move(shape);
+        return true;
+    };
+    return shapeOfBins(communityMapPath(dataDir, trackId), trackId, length, out) ||
+           shapeOfBins(mapFilePath(baseDir, "trackmaps", trackId), trackId, length, out) ||
+           drawn(mapFilePath(dataDir, "tracks", trackId)) ||
+           drawn(learnedMapPath(baseDir, trackId));
+}
+
+} // namespace
+
+bool readDrawnMap(const std::string& path, int32_t trackId, float length, TrackShape& out) {
+    out = {};
+    Json root;
+    if (!readMapFile(path, trackId, root) || !readPoints(root, "path", out.line) ||
+        !readPoints(root, "pitPath", out.pitLane) || out.line.size() <= 10)
         return false;
     const auto reversed = root.find("sfRev");
     if (reversed != root.end() && reversed->is_boolean() && reversed->get<bool>())
@@ -74,8 +133,6 @@ bool loadDrawnMap(TrackShape& out, const std::string& path, int trackId, float l
     if (length > 1 && way > 0) out.scale = length / way;
     return true;
 }
-
-} // namespace
 
 TrackShape shapeOfRoad(const RoadMap& road) {
     TrackShape shape;
@@ -124,15 +181,11 @@ bool loadTrackShape(TrackShape& out, const std::string& dataDir, const std::stri
     out = {};
     if (trackId < 1) return false;
     if (simKind == kSimIRacing) {
-        const std::string name = std::to_string(trackId) + ".json";
-        const std::string shipped =
-            joinPath(joinPath(joinPath(dataDir, "tracks"), "iracing"), name);
         TrackShape shape;
-        if ((!dataDir.empty() && loadDrawnMap(shape, shipped, trackId, length)) ||
-            (shape = {}, loadDrawnMap(shape, learnedMapPath(baseDir, trackId), trackId, length))) {
+        if (loadSimTrack(shape, dataDir, baseDir, trackId, length)) {
             shape.simKind = simKind;
             shape.trackId = trackId;
-            addTurns(shape);
+            if (shape.turns.empty()) addTurns(shape);
             out = std::move(shape);
         }
         return out.known();

@@ -33,9 +33,10 @@ struct TrackShape {
     bool known() const { return line.size() > 10; }
 };
 
-/// iRacing: the map that ships (`dataDir`/tracks/iracing), else the learned one. Every other sim:
-/// its surveyed road, once it is good enough. `length` in metres helps to find turns; 0 = unknown.
-/// False, and `out` empty, when nothing is known.
+/// iRacing: the surveyed map, a community map, the driver's own bins, the drawing that ships, the
+/// learned drawing, whichever comes first and is whole. Every other sim: its surveyed road, once it
+/// is good enough. `length` in metres helps to find turns; 0 = unknown. False, and `out` empty,
+/// when nothing is known.
 bool loadTrackShape(TrackShape& out, const std::string& dataDir, const std::string& baseDir,
                     int simKind, int trackId, float length);
 
