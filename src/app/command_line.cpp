@@ -41,7 +41,7 @@ struct Switch {
     const char* name;
     const char* argument; // null: takes none
     const char* help;
-    void (*apply)(CommandLine& line, const std::string& argument);
+    void (*apply)(CommandLine& line, const std::string& argument); // null: parseImportCommand's
 };
 
 constexpr Switch kSwitches[] = {
@@ -57,6 +57,18 @@ constexpr Switch kSwitches[] = {
     {"--tag", "WORD", "with --shoot: how the files' names begin (default: shot)", setTag},
     {"--openxr-layer", "off|on|steamvr-test", "store how VR headsets without SteamVR are served",
      setOpenXrLayer},
+    {"--import", "PATH",
+     "store the laps of a telemetry file (.ibt), or of a folder of them, and end", nullptr},
+    {"--scan", "FOLDER", "write what a folder of telemetry files holds to ibt_scan.log and end",
+     nullptr},
+    {"--out", "FOLDER", "with --import, --scan: the log's folder; of an import its data folder too",
+     nullptr},
+    {"--jobs", "N", "with --import: threads, at most 16 (default: 1)", nullptr},
+    {"--replace-prefix", nullptr, "with --import: mend or replace sessions with faulty lap times",
+     nullptr},
+    {"--gps-only", nullptr, "with --import: only give stored sessions their positions", nullptr},
+    {"--redo-track", "ID,ID,...", "with --import: replace the stored sessions of these tracks",
+     nullptr},
     {"--help", nullptr, "print this and end",
      [](CommandLine& line, const std::string&) { line.help = true; }},
 };
@@ -68,10 +80,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& words) {
     for (size_t i = 0; i < words.size(); ++i) {
         for (const Switch& known : kSwitches) {
             if (!equalsNoCase(words[i], known.name)) continue;
-            if (!known.argument)
-                known.apply(line, {});
-            else if (i + 1 < words.size())
-                known.apply(line, foreignToUtf8(words[++i]));
+            const bool takesNext = known.argument && i + 1 < words.size();
+            if (takesNext) ++i;
+            if (known.apply && (takesNext || !known.argument))
+                known.apply(line, takesNext ? foreignToUtf8(words[i]) : std::string());
             break;
         }
     }
@@ -86,8 +98,10 @@ std::string commandLineHelp() {
         left.resize(std::max<size_t>(left.size() + 2, 38), ' ');
         text += left + known.help + "\n";
     }
-    return text + "\nExit codes: 0 done, or another one already runs and was asked to show itself; "
-                  "1 the wanted screen\ncannot be had, or pictures could not be written.\n";
+    return text +
+           "\nExit codes: 0 done, or another one already runs and was asked to show itself; "
+           "1 the wanted screen\ncannot be had, pictures could not be written, or a telemetry "
+           "file could not be imported.\n";
 }
 
 } // namespace vt

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -79,6 +80,9 @@ struct ImportStint {
     std::string car, track;
     int32_t trackId = 0;
     int64_t start = 0, end = 0; // file times
+    /// Of all stints of the file, or null: an imported session that ended with another one of them
+    /// is that stint's, however near it lies.
+    const std::vector<int64_t>* fileEnds = nullptr;
 };
 /// `match` is the index into `index.of(...)`, -1 = none.
 ImportVerdict classifyStint(const ImportStint& stint, bool replacePreFix,
@@ -101,6 +105,9 @@ struct ImportContext {
     bool gpsOnly = false;
     std::set<int32_t>* rebuild = nullptr; // tracks whose surveyed map is out of date; own lock:
     std::mutex* rebuildLock = nullptr;
+    /// After each file, with its index in the list; on the worker's thread, one call at a time.
+    std::function<void(size_t index, const std::string& path, const IbtImportResult& result)>
+        onFile{};
 };
 
 IbtImportResult importFile(ImportContext& context, const std::string& path, bool replacePreFix,

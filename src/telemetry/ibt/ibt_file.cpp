@@ -116,6 +116,23 @@ IrSample IbtFile::sample(int32_t index) {
     return {vars_, ByteView(block_).subspan(at, length)};
 }
 
+IrSample IbtFile::probe(int32_t index) {
+    if (index < 0 || index >= header_.sampleCount || damaged_) return {vars_, {}};
+    if (index >= blockFirst_ && index < blockFirst_ + blockCount_) return sample(index);
+    single_.resize(static_cast<size_t>(header_.bufLen));
+    const uint64_t at = static_cast<uint64_t>(header_.dataOffset) +
+                        static_cast<uint64_t>(index) * static_cast<uint64_t>(header_.bufLen);
+    if (!file_.readAt(at, single_.data(), single_.size())) {
+        damaged_ = true;
+        return {vars_, {}};
+    }
+    return {vars_, ByteView(single_)};
+}
+
+bool IbtFile::changed() const {
+    return file_.size() != header_.fileSize || file_.modifiedNs() != header_.modifiedNs;
+}
+
 bool IbtFile::busy(int64_t nowUnixNs) const {
     const int64_t age = nowUnixNs - file_.modifiedNs();
     return file_.beingWritten() || (age >= 0 && age < kSettleNs);

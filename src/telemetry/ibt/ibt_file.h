@@ -36,8 +36,12 @@ public:
     /// Sample `index`; its bytes hold until the next call. No bytes, and so nothing but fallbacks,
     /// once the file has become shorter.
     IrSample sample(int32_t index);
+    /// The same of one sample alone: for a few looks here and there, which read nothing around it.
+    IrSample probe(int32_t index);
     /// A read failed since `open`: the file was cut short or replaced while it was read.
     bool damaged() const { return damaged_; }
+    /// Its size or the time of its last change are no longer those of `header`.
+    bool changed() const;
     /// Another program is writing it, or did a moment ago.
     bool busy(int64_t nowUnixNs) const;
 
@@ -45,7 +49,7 @@ private:
     RandomFile file_;
     IbtHeader header_;
     IrVarTable vars_;
-    std::vector<uint8_t> block_;
+    std::vector<uint8_t> block_, single_;
     int32_t blockFirst_ = 0, blockCount_ = 0;
     bool damaged_ = false;
 };
