@@ -131,6 +131,7 @@ void store(IbtReplay& r, const ImportStint& stint, int32_t sessionNum, StintData
     ++r.result.stintsSaved;
     r.result.lapsImported += static_cast<int32_t>(done.record.laps.size());
     r.context.dates.add(done.record.date);
+    r.storedDates.insert(done.record.date);
     if (gps) noteForRebuild(r.context, stint.trackId);
     if (!old) return;
     if (old->loaded) keepShares(r, *old, done);

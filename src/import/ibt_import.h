@@ -83,6 +83,7 @@ struct ImportStint {
     /// Of all stints of the file, or null: an imported session that ended with another one of them
     /// is that stint's, however near it lies.
     const std::vector<int64_t>* fileEnds = nullptr;
+    const std::set<std::string>* fileDates = nullptr; // of sessions just stored from the same file
 };
 /// `match` is the index into `index.of(...)`, -1 = none.
 ImportVerdict classifyStint(const ImportStint& stint, bool replacePreFix,

@@ -233,7 +233,8 @@ ImportStint IbtReplay::identity(const IbtStint& stint) const {
             .trackId = meta.trackId,
             .start = clock.at(stint.first),
             .end = clock.at(stint.last),
-            .fileEnds = &stintEnds};
+            .fileEnds = &stintEnds,
+            .fileDates = &storedDates};
 }
 
 std::vector<IbtStint> findStints(IbtFile& file, const IbtColumns& columns) {

@@ -35,6 +35,7 @@ struct IbtReplay {
     SessionMeta meta{};               // without the session's type
     std::vector<IbtStint> stints{};   // as probed before the replay
     std::vector<int64_t> stintEnds{}; // file times
+    std::set<std::string> storedDates{};
     std::unique_ptr<SessionTracker> tracker{};
     IbtImportResult result{};
 

@@ -30,6 +30,7 @@ bool momentOf(const std::string& date, int64_t& fileTime) {
 }
 
 bool belongsToSibling(const IndexedSession& session, const ImportStint& stint) {
+    if (stint.fileDates && stint.fileDates->contains(session.head.date)) return true;
     if (session.head.source != "ibt" || !stint.fileEnds) return false;
     const int64_t own = std::abs(session.time - stint.end);
     for (const int64_t end : *stint.fileEnds) {
