@@ -14,6 +14,7 @@ constexpr size_t kBothHeaders = 144;
 constexpr int32_t kMaxText = 16 << 20; // a session text of a full grid has 60 KB
 constexpr size_t kBlockBytes = 256 << 10;
 constexpr int64_t kSettleNs = 3'000'000'000; // a file that changed within this is being written
+constexpr int64_t kClockNs = 1'000'000'000;  // callers' clocks may count whole seconds
 
 bool readHead(const RandomFile& file, IbtHeader& out) {
     out = {};
@@ -135,7 +136,7 @@ bool IbtFile::changed() const {
 
 bool IbtFile::busy(int64_t nowUnixNs) const {
     const int64_t age = nowUnixNs - file_.modifiedNs();
-    return file_.beingWritten() || (age >= 0 && age < kSettleNs);
+    return file_.beingWritten() || (age > -kClockNs && age < kSettleNs);
 }
 
 } // namespace vt
