@@ -15,14 +15,26 @@ constexpr int kSmoothReach = 2; // bins
 constexpr int kNormalReach = 2; // points
 constexpr size_t kPointsMin = 64;
 
+/// A bin's mean stands in the bin's middle; a line begins at the lap's line.
+std::vector<PointF> atBinStarts(const std::vector<PointF>& middles) {
+    std::vector<PointF> out;
+    for (size_t i = 0; i < middles.size(); ++i) {
+        const PointF a = middles[(i + middles.size() - 1) % middles.size()], b = middles[i];
+        out.push_back({(a.x + b.x) / 2, (a.y + b.y) / 2});
+    }
+    return out;
+}
+
 void finish(MetreLine& out) {
     out.normals = lineNormals(out.points, kNormalReach);
 }
 
 bool fromSurvey(const GpsMap& map, MetreLine& out) {
     if (!map.usable()) return false;
+    std::vector<PointF> middles;
     for (size_t i = 0; i < map.x.size(); ++i)
-        out.points.push_back({map.x[i], map.y[i]});
+        middles.push_back({map.x[i], map.y[i]});
+    out.points = atBinStarts(middles);
     out.length = map.trackLengthM;
     out.north = true;
     finish(out);
@@ -55,7 +67,7 @@ bool metreLineOf(const TrackBinMap& map, float length, MetreLine& out) {
     }
     const auto known = static_cast<size_t>(std::count(filled.begin(), filled.end(), true));
     if (known < kPointsMin || known * 2 < line.size() || !closeGaps(line, filled)) return false;
-    out.points = smoothLine(line, kSmoothReach);
+    out.points = atBinStarts(smoothLine(line, kSmoothReach));
     out.length = length > 1 ? length : static_cast<float>(line.size());
     out.north = true;
     finish(out);

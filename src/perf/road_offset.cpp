@@ -140,6 +140,7 @@ struct RoadOffsetSolver::State {
     bool begun = false, dirty = true;
     double lastTime = 0, lastPct = 0;
     double offset = 0, x = 0, y = 0; // m
+    PointF lastVelocity;             // m/s
     uint32_t lastFlags = 0;
     int32_t lastIncidents = -1;
 
@@ -178,6 +179,7 @@ struct RoadOffsetSolver::State {
     void note(const RoadOffsetSample& s, double pct) {
         lastTime = s.sessionTime;
         lastPct = pct;
+        lastVelocity = worldVelocity(s);
         lastFlags = s.sessionFlags;
         lastIncidents = s.incidents;
     }
@@ -213,8 +215,10 @@ struct RoadOffsetSolver::State {
 
     void integrate(const RoadOffsetSample& s, double pct, double dt) {
         const PointF v = worldVelocity(s);
-        x += static_cast<double>(v.x) * dt;
-        y += static_cast<double>(v.y) * dt;
+        // Between two samples the velocity changes evenly: braking hard, the last one alone would
+        // put the car half a metre off.
+        x += static_cast<double>(v.x + lastVelocity.x) / 2 * dt;
+        y += static_cast<double>(v.y + lastVelocity.y) / 2 * dt;
         if (hasMap()) {
             const auto sine = static_cast<float>(std::sin(cal.rotationRad));
             const auto cosine = static_cast<float>(std::cos(cal.rotationRad));
@@ -248,6 +252,7 @@ struct RoadOffsetSolver::State {
             // The place stays: the next step is measured from before the gap, and fails if it is
             // far.
             lastTime = s.sessionTime;
+            lastVelocity = worldVelocity(s);
             dirty = true;
             return;
         }
@@ -258,6 +263,7 @@ struct RoadOffsetSolver::State {
             offset = 0;
             lastTime = s.sessionTime;
             lastPct = pct;
+            lastVelocity = worldVelocity(s);
             return;
         }
         if (raw < -0.5) closeLap();
