@@ -18,7 +18,8 @@ namespace player {
 namespace {
 
 constexpr Command kCommands[] = {
-    {"iracing", "an image of iRacing's shared memory (.irsdk)", playIRacing, 60, nullptr, false},
+    {"iracing", "an image of iRacing's shared memory (.irsdk)", playIRacing, 60, nullptr},
+    {"ibt", nullptr, writeIbt, 60, nullptr},
     {"lmu", nullptr, playLmu, 100, "Le Mans Ultimate.exe"},
     {"rf2", nullptr, playRFactor2, 50, "rFactor2.exe"},
     {"ams2", nullptr, playAms2, 60, nullptr},
@@ -67,9 +68,16 @@ constexpr const char* kUsage =
     "  --fuel L        litres at the start (60)\n"
     "  --rain X        0 to 1 (0)\n"
     "  --skip S        begin S seconds into the session\n"
+    "  --truth FILE    write what the player's car really did there at the end (JSON)\n"
     "  --fault KIND,CAR,LAP,PLACE,AMOUNT; may be given again:\n"
     "                  late-brake (corner, metres), spin (corner, 0), stall (lap fraction, s),\n"
     "                  off (lap fraction, s), slow (lap fraction, seconds lost)\n"
+    "\n"
+    "Telemetry files (ibt):\n"
+    "  --out PATH      the file; with --count a folder\n"
+    "  --count N       N files, each of another seed and a day later\n"
+    "  --end MOMENT    of the last file's last record, as 2026-08-05T14:00:00Z (now)\n"
+    "  --then KIND     another session in the same file; may be given again\n"
     "\n"
     "Bad transport:\n"
     "  --lose X        share of the datagrams that get lost, 0 to 1\n"
@@ -159,13 +167,35 @@ bool parseFault(const char* value, Options& out) {
     return false;
 }
 
-bool parseSession(std::string_view value, Options& out) {
+bool parseSession(std::string_view value, model::SessionKind& out) {
     constexpr const char* words[] = {"practice", "qualifying", "race"};
     for (int i = 0; i < 3; ++i)
         if (value == words[i]) {
-            out.model.session = static_cast<model::SessionKind>(i);
+            out = static_cast<model::SessionKind>(i);
             return true;
         }
+    return false;
+}
+
+bool parseMoment(const char* value, int64_t& out) {
+    tm parts{};
+    const char* rest = strptime(value, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    if (!rest || *rest) return false;
+    out = timegm(&parts);
+    return true;
+}
+
+bool parseFileOption(Options& out, std::string_view word, const char* value) {
+    if (word == "--truth") return !(out.truth = value).empty();
+    if (word == "--out") return !(out.out = value).empty();
+    if (word == "--count") return parseWithin(value, out.count, 1, 100000);
+    if (word == "--end") return parseMoment(value, out.end);
+    if (word == "--then") {
+        model::SessionKind kind{};
+        if (!parseSession(value, kind)) return false;
+        out.then.push_back(kind);
+        return true;
+    }
     return false;
 }
 
@@ -186,7 +216,7 @@ bool parseModelOption(Options& out, std::string_view word, const char* value) {
     if (word == "--circuit") return !(out.circuit = value).empty();
     if (word == "--cars") return parseWithin(value, m.cars, 1, 200);
     if (word == "--classes") return parseWithin(value, m.classes, 1, 4);
-    if (word == "--session") return parseSession(value, out);
+    if (word == "--session") return parseSession(value, m.session);
     if (word == "--laps") return parseWithin(value, m.laps, 0, 100000);
     if (word == "--minutes") return parseWithin(value, m.minutes, 0.1, 100000);
     if (word == "--seed") return parseNumber(value, m.seed);
@@ -220,7 +250,7 @@ bool parseOption(Options& out, std::string_view word, const char* value, int& us
         out.suffix = value;
         return out.suffix.find('/') == std::string::npos;
     }
-    return parseModelOption(out, word, value);
+    return parseModelOption(out, word, value) || parseFileOption(out, word, value);
 }
 
 /// Begins anew under the simulator's name, which readers look for in the list of programs. Returns

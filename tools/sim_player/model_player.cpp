@@ -1,10 +1,11 @@
 #include "player.h"
+#include "truth.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace player {
-
-namespace {
 
 bool findCircuit(const std::string& name, model::Circuit& out) {
     out = model::builtInCircuit(name);
@@ -23,6 +24,17 @@ bool findCircuit(const std::string& name, model::Circuit& out) {
     return false;
 }
 
+namespace {
+
+/// Steps short enough for the truth, whatever the samples' rate is.
+void stepNoting(model::Race& race, double dt, Truth& truth) {
+    const int pieces = std::max(1, static_cast<int>(std::ceil(dt * 60 - 1e-6)));
+    for (int i = 0; i < pieces; ++i) {
+        model::stepRace(race, dt / pieces);
+        truth.note(race);
+    }
+}
+
 } // namespace
 
 int playModel(const Options& options, const char* simName,
@@ -35,11 +47,18 @@ int playModel(const Options& options, const char* simName,
                 race.cars.size(), race.cars.size() == 1 ? "" : "s", circuit.name.c_str(),
                 circuit.length, options.hz);
     std::fflush(stdout);
+    Truth truth;
+    const bool told = !options.truth.empty();
+    if (told) truth.begin(race);
     everyTick(options, [&](int64_t n) {
-        if (n > 0) model::stepRace(race, options.speed / options.hz);
+        const double dt = n > 0 ? options.speed / options.hz : 0;
+        if (told && n > 0)
+            stepNoting(race, dt, truth);
+        else
+            model::stepRace(race, dt);
         return publish(race);
     });
-    return 0;
+    return told && !truth.write(options.truth, simName) ? 1 : 0;
 }
 
 int printModel(const Options& options) {

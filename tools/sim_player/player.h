@@ -27,7 +27,14 @@ struct Options {
     // The driver model
     std::string circuit = "club"; // a built-in one, or a CSV file
     model::Settings model;
-    double skip = 0; // s of the race that pass before the first sample
+    double skip = 0;   // s of the race that pass before the first sample
+    std::string truth; // a file for what the player's car really did; empty = none
+
+    // Telemetry files
+    std::string out;                      // a file, or a folder for more than one
+    int count = 1;                        // files, a day and a seed apart
+    int64_t end = 0;                      // s since 1970 of the last file's last record; 0 = now
+    std::vector<model::SessionKind> then; // sessions behind the first
 
     // Datagrams
     uint16_t port = 0;                        // 0 = the sim's own
@@ -50,8 +57,11 @@ struct Command {
 template <class Tick>
 void everyTick(const Options& options, Tick tick);
 
+/// The options' circuit, built in or a file. False with a line on standard error.
+bool findCircuit(const std::string& name, model::Circuit& out);
+
 /// Drives the options' race: `publish` is called at the options' rate with the race moved on.
-/// Prints one line about what is driven. The exit code.
+/// Prints one line about what is driven, and leaves the options' truth behind. The exit code.
 int playModel(const Options& options, const char* simName,
               const std::function<bool(const model::Race&)>& publish);
 
@@ -80,6 +90,10 @@ double monotonicSeconds();
 int printModel(const Options& options);
 
 int playIRacing(const Options& options);
+/// iRacing from the driver model.
+int playIRacingModel(const Options& options);
+/// Writes telemetry files of the driver model, as fast as it goes.
+int writeIbt(const Options& options);
 int playLmu(const Options& options);
 int playRFactor2(const Options& options);
 int playAms2(const Options& options);

@@ -39,6 +39,15 @@ struct IrHeader {
     IrVarBuf varBuf[kIrMaxBuffers];
 };
 
+/// Behind the header of a telemetry file.
+struct IrDiskHeader {
+    int64_t sessionStartDate = 0; // s since 1970
+    double sessionStartTime = 0;  // SessionTime of the first record
+    double sessionEndTime = 0;    // and of the last one
+    int32_t sessionLapCount = 0;  // laps begun in the file
+    int32_t sessionRecordCount = 0;
+};
+
 struct IrVarHeader {
     int32_t type = 0;   // IrVarType
     int32_t offset = 0; // inside a sample
@@ -57,6 +66,8 @@ static_assert(offsetof(IrHeader, sessionInfoUpdate) == 12);
 static_assert(offsetof(IrHeader, numVars) == 24);
 static_assert(offsetof(IrHeader, bufLen) == 36);
 static_assert(offsetof(IrHeader, varBuf) == 48);
+static_assert(sizeof(IrDiskHeader) == 32);
+static_assert(offsetof(IrDiskHeader, sessionLapCount) == 24);
 static_assert(sizeof(IrVarHeader) == 144);
 static_assert(offsetof(IrVarHeader, name) == 16);
 
