@@ -165,6 +165,13 @@ void flushGathered(IbtReplay& r, const ImportStint& asked, int32_t sessionNum) {
     r.index.drop(asked.car, asked.track, asked.trackId);
 }
 
+IbtStint onLastClock(const IbtReplay& r, IbtStint stint) {
+    for (const IbtStint& probed : r.stints)
+        if (probed.sessionNum == stint.sessionNum && probed.first == stint.first)
+            stint.shift = probed.shift;
+    return stint;
+}
+
 } // namespace
 
 void flushStint(IbtReplay& r, const IbtStint& stint) {
@@ -175,7 +182,7 @@ void flushStint(IbtReplay& r, const IbtStint& stint) {
     if (r.tracker->lapCount() < 1 || !r.named())
         ++r.result.skippedIncomplete;
     else
-        flushGathered(r, r.identity(stint), stint.sessionNum);
+        flushGathered(r, r.identity(onLastClock(r, stint)), stint.sessionNum);
     r.tracker->reset();
 }
 

@@ -143,7 +143,7 @@ bool nothingToDo(IbtReplay& r) {
     const bool gps = ibtHasGps(r.file, r.columns);
     r.stints = findStints(r.file, r.columns);
     for (size_t i = 0; i < std::min(r.stints.size(), kMostStintEnds); ++i)
-        r.stintEnds.push_back(r.clock.at(r.stints[i].last));
+        r.stintEnds.push_back(r.identity(r.stints[i]).end);
     bool allRecorded = !r.stints.empty(), gpsTarget = false;
     for (const IbtStint& stint : r.stints) {
         const ImportStint asked = r.identity(stint);
@@ -231,8 +231,8 @@ ImportStint IbtReplay::identity(const IbtStint& stint) const {
     return {.car = meta.carName,
             .track = meta.trackName,
             .trackId = meta.trackId,
-            .start = clock.at(stint.first),
-            .end = clock.at(stint.last),
+            .start = clock.at(stint.first + stint.shift),
+            .end = clock.at(stint.last + stint.shift),
             .fileEnds = &stintEnds,
             .fileDates = &storedDates};
 }
@@ -250,6 +250,10 @@ std::vector<IbtStint> findStints(IbtFile& file, const IbtColumns& columns) {
         stint.last = file.probe(last).element(columns.sessionTime, 0, 0);
         stints.push_back(stint);
         first = last + 1;
+    }
+    for (size_t i = stints.size(); i-- > 1;) {
+        IbtStint& before = stints[i - 1];
+        before.shift = stints[i].shift + std::min(stints[i].first - before.last, 0.0);
     }
     return stints;
 }

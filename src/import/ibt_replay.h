@@ -15,6 +15,7 @@ namespace vt {
 struct IbtStint {
     int32_t sessionNum = 0;
     double first = 0, last = 0;
+    double shift = 0; // s that bring its moments onto the clock of the file's last stint
 };
 
 /// The clock of a file: its last sample was taken when it was last written.
@@ -45,7 +46,8 @@ struct IbtReplay {
     ImportStint identity(const IbtStint& stint) const;
 };
 
-/// Without reading more than a few samples when `SessionNum` never falls.
+/// Without reading more than a few samples when `SessionNum` never falls. Where the sim's clock
+/// began anew with a session, the one before ended as that one began.
 std::vector<IbtStint> findStints(IbtFile& file, const IbtColumns& columns);
 /// Some of eight samples along the file has a position.
 bool ibtHasGps(IbtFile& file, const IbtColumns& columns);

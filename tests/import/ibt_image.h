@@ -20,6 +20,7 @@ struct IbtImage {
     };
     bool doubles = true; // positions as the sim writes them
     bool positions = true;
+    bool oneClock = true; // else it begins anew with each stint
     std::string car = "GT3 Car", track = "Some Ring";
 
     std::vector<uint8_t> build(const std::vector<Stint>& stints) {
@@ -29,7 +30,7 @@ struct IbtImage {
         int32_t count = 0;
         for (const Stint& stint : stints) {
             const double lapTime = 25 - stint.faster;
-            // A step that is no part of the lap: the line is crossed between two records.
+            if (!oneClock) time = 100;
             for (double at = 0; at < stint.laps * lapTime; at += 1.0 / 60, time += 1.0 / 60) {
                 const double lap = std::floor(at / lapTime), pct = at / lapTime - lap;
                 if (lap > 0) lastLap = lapTime + 0.001 * lap;

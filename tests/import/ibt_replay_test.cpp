@@ -94,6 +94,18 @@ TEST_F(Import, EveryStintOfAFileIsStoredOnceAndReplacedOnce) {
     EXPECT_EQ(sessions(store).size(), 2u);
 }
 
+TEST_F(Import, SessionsWithAClockOfTheirOwnFollowEachOther) {
+    image.oneClock = false;
+    test::IbtImage::write(file, image.build({{3.3, 0, 0}, {3.3, 1, 0}}), kWritten);
+    PerfStore store(folder.text());
+    EXPECT_EQ(run(store).stintsSaved, 2);
+    const std::vector<SessionRecord> stored = sessions(store);
+    ASSERT_EQ(stored.size(), 2u);
+    EXPECT_STREQ(stored[0].date, recordDate(kWritten - 83).c_str());
+    EXPECT_STREQ(stored[1].date, recordDate(kWritten).c_str());
+    EXPECT_EQ(run(store).skippedRecorded, 2);
+}
+
 TEST_F(Import, ALiveRecordingGetsPositionsAndItsLapTimesMended) {
     test::IbtImage::write(file, image.build({{3.3, 0, 0}}), kWritten);
     PerfStore store(folder.text());
