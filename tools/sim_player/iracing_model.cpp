@@ -89,7 +89,8 @@ void IrModelWriter::begin(const model::Race& race, int sessionNum, double timeOf
     for (size_t k = 0; k < race.classes.size(); ++k)
         lapTimes_.push_back(timesAlong(race, k));
     lap_ = model::player(race).lap;
-    lastLap_ = comingLap_ = 0;
+    lastLap_ = model::player(race).lastLap;
+    comingLap_ = 0;
     lastLapDue_ = 0;
     bestLapNumber_ = -1;
     wasOff_ = away_ = false;
@@ -142,8 +143,8 @@ void IrModelWriter::followDelta(const model::Car& car) {
 
 void IrModelWriter::follow(const model::Race& race) {
     const model::Car& car = model::player(race);
+    followLap(race); // first: the lap that ends the drive has a time as well
     if (car.finished && finishedAt_ < 0) finishedAt_ = race.time;
-    followLap(race);
     followDelta(car);
     if (choices_.furled && car.offTrack && !wasOff_) furledUntil_ = race.time + kFurledTime;
     wasOff_ = car.offTrack;
