@@ -377,6 +377,41 @@ TEST_F(TrackLearning, FiveCircuitsInMetres) {
     ASSERT_TRUE(writeFileAtomic(path, text.replace(first, to - first, rows)));
 }
 
+TEST_F(TrackLearning, TheStoreIsSurveyed) {
+    const model::Circuit circuit = model::builtInCircuit("club");
+    const Drive driven = drive(circuit, 4, kLat, kLon);
+    PerfStore store(folder);
+    SessionRecord record;
+    std::snprintf(record.carName, sizeof record.carName, "Falcon GT3");
+    std::snprintf(record.trackName, sizeof record.trackName, "Club");
+    std::snprintf(record.date, sizeof record.date, "2026-01-02T03:04:05Z");
+    record.trackId = kTrack;
+    record.simId = kSimIRacing;
+    record.gps = 1;
+    record.trackLengthM = static_cast<float>(circuit.length);
+    record.laps.resize(4);
+    record.totalLaps = 4;
+    TraceFile trace;
+    trace.binCount = driven.bins;
+    trace.originLat = kLat;
+    trace.originLon = kLon;
+    for (size_t i = 0; i < 4; ++i) {
+        record.laps[i].lapTime = 80;
+        trace.laps.push_back(driven.laps[i].trace);
+    }
+    record.laps[0].invalid = kLapInvalidSim;
+    ASSERT_TRUE(store.commit(record, &trace, 0).stored);
+    std::atomic<uint32_t> stop{1};
+    EXPECT_FALSE(rebuildGpsMap(store, kTrack, &stop).built);
+    const GpsMapBuild build = rebuildGpsMap(store, kTrack, nullptr);
+    EXPECT_EQ(build.cleanLaps, 3);
+    EXPECT_TRUE(build.built);
+    GpsMap map;
+    ASSERT_TRUE(loadGpsMapForTrack("", folder, kTrack, map));
+    EXPECT_EQ(map.contributors, 3);
+    EXPECT_FALSE(rebuildGpsMap(store, kTrack + 1, nullptr).built);
+}
+
 /// What the solver is told of the model's car; its compass is `bias` off.
 RoadOffsetSample sampleOf(const model::Race& race, double bias) {
     const model::Car& car = model::player(race);
