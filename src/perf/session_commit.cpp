@@ -57,7 +57,10 @@ void learnGps(const std::string& base, int32_t trackId, const StintData& stint,
               const std::vector<uint8_t>& clean) {
     TrackBinMap map;
     if (!loadTrackBinMap(base, trackId, map)) map.trackId = trackId;
-    if (learnGpsSession(map, stint.trace, stint.onTrack, clean) > 0) saveTrackBinMap(base, map);
+    const size_t bins = map.bins.size();
+    const int joined = learnGpsSession(map, stint.trace, stint.onTrack, clean);
+    // A track whose length changed is measured anew: kept too, or it would never be learned again.
+    if (joined > 0 || map.bins.size() != bins) saveTrackBinMap(base, map);
 }
 
 void learnEvents(const std::string& base, int32_t trackId, const StintData& stint, int laps) {
