@@ -1,6 +1,7 @@
 // The end of a stint: stored, or compared with the session that the store has of it.
 #include "import/ibt_replay.h"
 #include "perf/perf_paths.h"
+#include "platform/file.h"
 #include "telemetry/sim_registry.h"
 
 #include <cmath>
@@ -139,7 +140,9 @@ void store(IbtReplay& r, const ImportStint& stint, int32_t sessionNum, StintData
 }
 
 void flushGathered(IbtReplay& r, const ImportStint& asked, int32_t sessionNum) {
-    // Another program may import the same file: looking and storing are one step.
+    // Another program may import the same file: looking and storing are one step. The lock lies in
+    // the store's folder, and is none before there is one.
+    makeFolders(perfRoot(r.context.store.base()));
     const PerfStore::Hold hold(r.context.store);
     r.index.drop(asked.car, asked.track, asked.trackId);
     int match = -1;
