@@ -179,7 +179,7 @@ ImportDesk::ImportDesk(PerfStore& store, std::string dataDir, int limit)
 
 ImportDesk::~ImportDesk() = default;
 
-void ImportDesk::scan(const std::string& folder) {
+void ImportDesk::scan(std::string folder) {
     view = {};
     view.folder = folder;
     job_ = std::make_unique<Job>();
@@ -232,7 +232,7 @@ void ImportDesk::startImport() {
     }
 }
 
-void ImportDesk::browse(const std::string& folder) {
+void ImportDesk::browse(std::string folder) {
     view.phase = Phase::browsing;
     view.browsed = folder;
     view.subfolders.clear();

@@ -51,7 +51,7 @@ public:
     ImportDesk& operator=(const ImportDesk&) = delete;
 
     ImportView view;
-    void scan(const std::string& folder);
+    void scan(std::string folder);
     /// True when the window is to be closed.
     bool press(int button);
     /// Takes over what the worker reached. True when the page changed.
@@ -62,7 +62,7 @@ public:
 private:
     struct Job;
     void startImport();
-    void browse(const std::string& folder);
+    void browse(std::string folder);
 
     PerfStore& store_;
     std::string dataDir_;
