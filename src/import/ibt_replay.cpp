@@ -16,8 +16,8 @@ namespace {
 
 constexpr int kSessionProbes = 64;
 constexpr int kGpsProbes = 8;
-constexpr size_t kMostStintEnds = 256;
-constexpr double kMostClock = 1e9; // s; no drive lasts that long
+constexpr size_t kMostStints = 256; // the sim has 64 sessions at most: more are noise
+constexpr double kMostClock = 1e9;  // s; no drive lasts that long
 constexpr int32_t kLookEvery = 4096;
 constexpr int kSettleSteps = 14;                    // of a quarter of a second
 constexpr float kPitSpeed = 2, kPitEntrySpeed = 15; // m/s
@@ -141,9 +141,8 @@ void solveOffset(RoadOffsetSolver& solver, PerfSample& sample) {
 /// The store has all of it, and there is nothing to give: told from a few samples.
 bool nothingToDo(IbtReplay& r) {
     const bool gps = ibtHasGps(r.file, r.columns);
-    r.stints = findStints(r.file, r.columns);
-    for (size_t i = 0; i < std::min(r.stints.size(), kMostStintEnds); ++i)
-        r.stintEnds.push_back(r.identity(r.stints[i]).end);
+    for (const IbtStint& stint : r.stints)
+        r.stintEnds.push_back(r.identity(stint).end);
     bool allRecorded = !r.stints.empty(), gpsTarget = false;
     for (const IbtStint& stint : r.stints) {
         const ImportStint asked = r.identity(stint);
@@ -203,6 +202,12 @@ void importOpened(IbtReplay& r, const std::string& path) {
     const int32_t samples = r.file.header().sampleCount;
     r.clock = {fileTimeOf(r.file.header().modifiedNs),
                r.file.probe(samples - 1).element(r.columns.sessionTime, 0, 0)};
+    r.stints = findStints(r.file, r.columns);
+    if (r.stints.size() > kMostStints) {
+        r.result.parsed = false;
+        r.result.message = kNotParsed;
+        return;
+    }
     if (!r.named() || samples < 1) {
         if (r.gpsOnly) return;
     } else if (nothingToDo(r)) {
@@ -241,7 +246,7 @@ std::vector<IbtStint> findStints(IbtFile& file, const IbtColumns& columns) {
     std::vector<IbtStint> stints;
     const int32_t count = file.header().sampleCount;
     const bool rises = !columns.sessionNum || sessionNumRises(file, columns);
-    for (int32_t first = 0; first < count && !file.damaged();) {
+    for (int32_t first = 0; first < count && !file.damaged() && stints.size() <= kMostStints;) {
         const int32_t last =
             columns.sessionNum ? lastOfRun(file, columns, first, rises) : count - 1;
         IbtStint stint;
