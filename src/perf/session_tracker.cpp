@@ -23,7 +23,7 @@ void latch(TrackerState& t, const PerfSample& s) {
 }
 
 bool jumped(const TrackerState& t, const PerfSample& s) {
-    if (s.resetFlag || (t.previousLap > 0 && s.lap >= t.previousLap + 2)) return true;
+    if (s.resetFlag || (t.previousLap > 0 && int64_t{s.lap} - t.previousLap >= 2)) return true;
     const float way = std::abs(s.lapPct - t.previousPct);
     return s.lap == t.previousLap && way > 0.2f && way < 0.8f;
 }
@@ -58,7 +58,7 @@ void tickTraffic(TrafficState& traffic, const PerfSample& s, double dt) {
         traffic.previousGap = -1;
         return;
     }
-    traffic.close = s.trafficGap < (traffic.close ? kTrafficFar : kTrafficNear);
+    traffic.close = traffic.close ? s.trafficGap <= kTrafficFar : s.trafficGap < kTrafficNear;
     const bool known = traffic.previousGap >= 0;
     const float opening = (s.trafficGap - traffic.previousGap) / static_cast<float>(dt);
     traffic.previousGap = s.trafficGap;
@@ -105,9 +105,11 @@ void tickTransition(TransitionState& p, const PerfSample& s) {
 }
 
 void tickCoarse(TrackerState& t, const PerfSample& s) {
-    const int bin = s.lapPct >= 0.999f ? kBestTraceBins - 1
-                                       : std::clamp(static_cast<int>(s.lapPct * kBestTraceBins), 0,
-                                                    kBestTraceBins - 1);
+    const float pct = s.lapPct > 0 ? std::min(s.lapPct, 1.0f) : 0.0f;
+    const int bin = pct >= 0.999f
+                        ? kBestTraceBins - 1
+                        : std::min(static_cast<int>(pct * kBestTraceBins), kBestTraceBins - 1);
+    if (!t.bins[static_cast<size_t>(bin)].valid) ++t.coarseFilled;
     t.bins[static_cast<size_t>(bin)] = {s.speed * kMphPerMs,
                                         s.throttle,
                                         s.brake,
@@ -139,6 +141,13 @@ void tickSums(TrackerState& t, const PerfSample& s) {
     if (s.trackLength > 0) t.trackLength = s.trackLength;
 }
 
+/// The place has passed the line and the lap counter has not followed yet: such a tick would give
+/// the lap's first bins the times of its end.
+bool lapIsOver(const TrackerState& t, const PerfSample& s) {
+    const auto half = static_cast<int32_t>(t.binCount / 2);
+    return lapHasItsBins(t) && s.lapPct < 0.5f && t.previousBin > half;
+}
+
 /// True when the tick must not be counted.
 bool interrupted(TrackerState& t, const PerfSample& s, double dt) {
     const bool still = !(dt > 0) || dt > kLongestTick;
@@ -150,6 +159,10 @@ bool interrupted(TrackerState& t, const PerfSample& s, double dt) {
     if (!s.resetFlag) ++t.resets;
     beginLap(t, s);
     t.previousLap = s.lap;
+    // A car that was set down elsewhere has driven over no edge on the way.
+    t.previousPit = s.onPitRoad;
+    t.previousFlags = s.sessionFlags;
+    t.eventsBegun = false;
     latch(t, s);
     return true;
 }
@@ -171,8 +184,9 @@ void drive(TrackerState& t, const PerfSample& s) {
     tickSector(t, s);
     tickPedals(t, s, dt);
     tickTransition(t.transition, s);
-    tickCoarse(t, s);
-    tickTrace(t, s);
+    const bool over = lapIsOver(t, s);
+    if (!over) tickCoarse(t, s);
+    tickTrace(t, s, over);
     tickSums(t, s);
     t.validity = s.lapValidity;
     latch(t, s);
@@ -211,6 +225,7 @@ void beginSession(TrackerState& t) {
     t.traces.reserve(kMaxLaps);
     t.onTrack.reserve(kMaxLaps);
     t.bins.resize(kBestTraceBins);
+    t.bestBins.reserve(kBestTraceBins);
     t.corners.reserve(kMaxCorners);
     t.bestCorners.reserve(kMaxCorners);
 }

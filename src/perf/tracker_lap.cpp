@@ -13,11 +13,6 @@ constexpr int kBinsNeeded = 180;                        // of kBestTraceBins
 constexpr double kOfficialWait = 1, kOfficialOff = 0.5; // s
 constexpr float kBestSlack = 0.01f;                     // s
 
-int filledBins(const std::vector<BestTraceBin>& bins) {
-    return static_cast<int>(
-        std::count_if(bins.begin(), bins.end(), [](const BestTraceBin& b) { return b.valid; }));
-}
-
 void fillSectors(LapRecord& lap, const TrackerState& t, float time) {
     const int count = std::clamp(t.sectorCount, 0, kMaxSectors);
     lap.sectorCount = count;
@@ -106,6 +101,10 @@ void keepLap(TrackerState& t, LapRecord&& lap, bool official, float seenTime) {
 
 } // namespace
 
+bool lapHasItsBins(const TrackerState& t) {
+    return t.coarseFilled >= kBinsNeeded;
+}
+
 void recomputeSummary(TrackerState& t) {
     SessionSummary& sum = t.summary;
     sum = {};
@@ -138,6 +137,7 @@ void beginLap(TrackerState& t, const PerfSample& s) {
     t.traffic = {.close = t.traffic.close, .previousGap = t.traffic.previousGap};
     t.pedals = {};
     t.bins.assign(kBestTraceBins, {});
+    t.coarseFilled = 0;
     t.corners.clear();
     t.corner = {};
     t.sector = {};
@@ -149,7 +149,7 @@ void beginLap(TrackerState& t, const PerfSample& s) {
 
 void closeLap(TrackerState& t, const PerfSample& s) {
     const double measured = s.sessionTime - t.start.time;
-    if (measured > kShortestLap && filledBins(t.bins) >= kBinsNeeded) {
+    if (measured > kShortestLap && lapHasItsBins(t)) {
         auto time = static_cast<float>(measured);
         const bool official = officialTime(t, s.sessionTime, measured, time);
         ++t.closedLaps;

@@ -114,6 +114,7 @@ struct TrackerState {
     TrafficState traffic;
     PedalState pedals;
     std::vector<BestTraceBin> bins;
+    int coarseFilled = 0; // of `bins`
     std::vector<CornerRecord> corners;
     CornerState corner;
     SectorState sector;
@@ -123,6 +124,8 @@ struct TrackerState {
     uint32_t binCount = 0; // 0 = the track's length is not known yet
     LapTrace trace;
     std::vector<uint8_t> traceOnTrack;
+    std::vector<LapTrace> spareTraces; // empty, with room for `binCount` bins
+    std::vector<std::vector<uint8_t>> spareOnTrack;
     std::vector<LapTrace> traces;
     std::vector<std::vector<uint8_t>> onTrack;
     int32_t previousBin = -1; // of this lap
@@ -141,6 +144,7 @@ struct TrackerState {
 void beginSession(TrackerState& s); // keeps `display`
 
 // laps
+bool lapHasItsBins(const TrackerState& s); // enough of them to be kept
 void beginLap(TrackerState& s, const PerfSample& sample);
 void closeLap(TrackerState& s, const PerfSample& sample);
 void takeLateTime(TrackerState& s, const PerfSample& sample);
@@ -154,7 +158,8 @@ int sectorAt(const PerfSample& sample, float pct);
 // traces
 void sizeTraces(TrackerState& s, float trackLength);
 void beginTrace(TrackerState& s);
-void tickTrace(TrackerState& s, const PerfSample& sample);
+/// `lapOver`: the lap's bins take nothing more.
+void tickTrace(TrackerState& s, const PerfSample& sample, bool lapOver);
 void closeTrace(TrackerState& s, const LapRecord& lap);
 
 } // namespace vt

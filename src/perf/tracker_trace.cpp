@@ -17,7 +17,8 @@ constexpr double kRad = M_PI / 180;
 constexpr int kOffTrack = 0, kToPits = 2, kOnTrack = 3;
 
 bool hasFix(const PerfSample& s) {
-    return s.latitude != 0 || s.longitude != 0;
+    const bool finite = std::isfinite(s.latitude) && std::isfinite(s.longitude);
+    return finite && (s.latitude != 0 || s.longitude != 0);
 }
 
 void placeByGps(PositionState& p, const PerfSample& s, BinValues& v) {
@@ -211,15 +212,45 @@ void holdElapsed(LapTrace& lap) {
                   held, static_cast<double>(worst));
 }
 
+void reserveTrace(LapTrace& lap, uint32_t bins) {
+    for (auto* channel :
+         {&lap.speed, &lap.throttle, &lap.brake, &lap.steer, &lap.latG, &lap.longG, &lap.elapsed,
+          &lap.x, &lap.y, &lap.lateral, &lap.yawRate, &lap.latVelocity})
+        channel->reserve(bins);
+    lap.gear.reserve(bins);
+    lap.rpm.reserve(bins);
+    lap.absActive.reserve(bins);
+    lap.have.reserve(bins);
+}
+
+/// The next lap's buffers, zeroed.
+void takeSpare(TrackerState& t) {
+    if (!t.spareTraces.empty()) {
+        t.trace = std::move(t.spareTraces.back());
+        t.traceOnTrack = std::move(t.spareOnTrack.back());
+        t.spareTraces.pop_back();
+        t.spareOnTrack.pop_back();
+    }
+    sizeLapTrace(t.trace, t.binCount);
+    t.traceOnTrack.assign(t.binCount, 0);
+}
+
 } // namespace
 
 void sizeTraces(TrackerState& t, float trackLength) {
     if (t.binCount != 0 || !(trackLength > 0)) return;
     t.binCount = static_cast<uint32_t>(
         std::clamp(std::trunc(trackLength), kMinBins, static_cast<float>(kMaxTraceBins)));
-    sizeLapTrace(t.trace, t.binCount);
-    t.traceOnTrack.assign(t.binCount, 0);
     sizeEventGrid(t.events, t.binCount);
+    // Room for all laps that can be kept. Memory that nobody has written to costs address space
+    // only.
+    t.spareTraces.resize(kMaxLaps + 1); // and for the lap after the last of them
+    t.spareOnTrack.resize(kMaxLaps + 1);
+    for (LapTrace& spare : t.spareTraces)
+        reserveTrace(spare, t.binCount);
+    for (auto& spare : t.spareOnTrack)
+        spare.reserve(t.binCount);
+    takeSpare(t);
 }
 
 void beginTrace(TrackerState& t) {
@@ -227,21 +258,27 @@ void beginTrace(TrackerState& t) {
     t.lapLateralSeen = t.lapLateralMissing = false;
     t.position.x = t.position.y = 0; // each reckoned lap counts from the line
     if (t.binCount == 0) return;
-    sizeLapTrace(t.trace, t.binCount);
-    t.traceOnTrack.assign(t.binCount, 0);
+    if (t.trace.have.empty()) {
+        takeSpare(t);
+    } else { // the lap before was dropped
+        sizeLapTrace(t.trace, t.binCount);
+        t.traceOnTrack.assign(t.binCount, 0);
+    }
 }
 
-void tickTrace(TrackerState& t, const PerfSample& s) {
+void tickTrace(TrackerState& t, const PerfSample& s, bool lapOver) {
     sizeTraces(t, s.trackLength);
     if (t.binCount == 0) return;
     const float pct = s.lapPct > 0 ? std::min(s.lapPct, kLastPct) : 0.0f;
     const auto bin = std::min(static_cast<int32_t>(static_cast<float>(t.binCount) * pct),
                               static_cast<int32_t>(t.binCount) - 1);
     const BinValues now = valuesOf(t, s);
-    fillGap(t, bin, now);
-    writeBin(t, static_cast<size_t>(bin), now);
-    t.previousBin = bin;
-    t.previousValues = now;
+    if (!lapOver) {
+        fillGap(t, bin, now);
+        writeBin(t, static_cast<size_t>(bin), now);
+        t.previousBin = bin;
+        t.previousValues = now;
+    }
     tickEvents(t, s, static_cast<size_t>(bin));
 }
 
