@@ -39,9 +39,10 @@ void placeByReckoning(PositionState& p, const PerfSample& s, BinValues& v) {
     }
     const double dt = s.sessionTime - p.lastTime;
     if (p.lastTime >= 0 && dt > 0 && dt < 1) {
+        // The sim's heading grows clockwise from north, its lateral velocity to the left.
         const double cosine = std::cos(s.yaw), sine = std::sin(s.yaw);
-        p.x += (s.velX * cosine - s.velY * sine) * dt;
-        p.y += (s.velY * cosine + s.velX * sine) * dt;
+        p.x += (s.velX * sine - s.velY * cosine) * dt;
+        p.y += (s.velX * cosine + s.velY * sine) * dt;
     }
     p.lastTime = s.sessionTime;
     v.x = static_cast<float>(p.x);

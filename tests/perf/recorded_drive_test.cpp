@@ -31,7 +31,7 @@ struct ModelDrive {
             const model::Car& car = model::player(race);
             model::fillFrame(race, frame);
             frame.simKind = kSimLmu;
-            frame.yawNorth = static_cast<float>(car.heading);
+            frame.yawNorth = static_cast<float>(M_PI / 2 - car.heading); // clockwise from north
             trackerTick(tracker, perfSampleOf(frame, false, 0));
             if (car.lap != lap && lap >= 0) ways.push_back(std::move(way));
             if (car.lap != lap) way.clear();
