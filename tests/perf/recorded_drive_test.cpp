@@ -303,11 +303,12 @@ TEST(RecordedDrive, TracesFillGapsLoseDriftAndNeverRunBackInTime) {
 TEST(RecordedDrive, TimeBehindACarIsCountedWhileItStaysClose) {
     EvenDrive drive;
     drive.change = [](PerfSample& s) {
-        const float p = s.lapPct; // 0..0.2 far, ..0.5 close, ..0.6 near the end of close, then gone
-        s.trafficGap = p < 0.2f   ? 1.2f
-                       : p < 0.5f ? 0.8f
-                       : p < 0.6f ? 1.3f
-                       : p < 0.8f ? 1.5f
+        const float p = s.lapPct;
+        s.trafficGap = p < 0.2f   ? 1.2f                  // not close yet
+                       : p < 0.5f ? 0.8f                  // held up
+                       : p < 0.6f ? 0.8f + (p - 0.5f) * 5 // it drives away, 0.25 s a second
+                       : p < 0.7f ? 1.3f                  // held up: still close
+                       : p < 0.8f ? 1.5f                  // no longer
                                   : -1.0f;
         s.noGapData = s.lap == 3 && p > 0.5f && p < 0.51f;
         return true;
