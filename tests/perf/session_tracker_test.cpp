@@ -1,6 +1,5 @@
-// Laps out of samples: times that come late, laps that are none, traces that must hold together.
+// Laps out of samples: marks and sectors of each lap, traces that must hold together.
 #include "perf/session_tracker.h"
-#include "perf/tracker_state.h"
 #include "support/perf_samples.h"
 
 #include <gtest/gtest.h>
@@ -47,33 +46,6 @@ struct Car {
     }
 };
 
-TEST(SessionTracker, TheSimsTimeCountsWhenItComesSoonAndIsNear) {
-    Car car;
-    car.toLap(2);
-    car.toLap(3);
-    ASSERT_EQ(car.tracker.lapCount(), 2);
-    EXPECT_NEAR(car.tracker.laps()[1].lapTime, 60, 0.02);
-    car.seconds(1.1);
-    car.s.lastLapTime = 59.8f; // a late correction
-    car.tick();
-    EXPECT_FLOAT_EQ(car.tracker.laps()[1].lapTime, 59.8f);
-    EXPECT_FLOAT_EQ(car.tracker.traces()[1].lapTime, 59.8f);
-    EXPECT_FLOAT_EQ(car.tracker.summary().bestLapTime, 59.8f);
-    car.toLap(4);
-    car.s.lastLapTime = 60.6f; // too far off: ignored, and the wait is over
-    car.tick();
-    EXPECT_NEAR(car.tracker.laps()[2].lapTime, 60, 0.02);
-    car.s.lastLapTime = 60.1f;
-    car.tick();
-    EXPECT_NEAR(car.tracker.laps()[2].lapTime, 60, 0.02);
-    // This one comes just before the counter moves on.
-    while (car.way < 3.99)
-        car.tick();
-    car.s.lastLapTime = 60.2f;
-    car.toLap(5);
-    EXPECT_FLOAT_EQ(car.tracker.laps()[3].lapTime, 60.2f);
-}
-
 TEST(SessionTracker, SectorsAddUpAndMarksBelongToTheirLap) {
     Car car;
     car.toLap(2);
@@ -106,30 +78,6 @@ TEST(SessionTracker, SectorsAddUpAndMarksBelongToTheirLap) {
                     laps[i].lapTime, 0.02)
             << i;
     }
-}
-
-TEST(SessionTracker, WhatIsNoLapIsNotKept) {
-    Car car;
-    car.lapTime = 4; // too short
-    car.toLap(3);
-    EXPECT_EQ(car.tracker.lapCount(), 0);
-    car.lapTime = 60;
-    car.toLap(4);
-    EXPECT_EQ(car.tracker.lapCount(), 1);
-    car.seconds(20);
-    car.way += 0.3; // towed: a jump inside the lap
-    car.toLap(5);
-    EXPECT_EQ(car.tracker.lapCount(), 1);
-    EXPECT_EQ(car.tracker.resets(), 1u);
-    car.seconds(20);
-    car.s.resetFlag = true;
-    trackerTick(car.tracker, car.s); // on a sample that is no later than the one before
-    car.s.resetFlag = false;
-    car.toLap(6);
-    EXPECT_EQ(car.tracker.lapCount(), 1);
-    car.toLap(8);
-    EXPECT_EQ(car.tracker.lapCount(), 3);
-    EXPECT_EQ(car.tracker.traces().size(), 3u);
 }
 
 TEST(SessionTracker, TracesHaveNoHolesAndComeBackToTheirStart) {
