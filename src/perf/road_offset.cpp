@@ -8,7 +8,9 @@
 #include "telemetry/sim_registry.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -92,6 +94,45 @@ private:
     std::thread thread_;
 };
 
+/// What the files know of a track.
+struct KnownTrack {
+    TrackCal cal;
+    MetreLine map;
+};
+
+/// Reads them on a thread of its own: the pump must wait neither for the disk nor for a map that is
+/// being built. One track at a time.
+class TrackLoader {
+public:
+    ~TrackLoader() { join(); }
+
+    void begin(std::function<KnownTrack()> read) {
+        join();
+        ready_ = false;
+        thread_ = std::thread([this, read = std::move(read)] {
+            nameThisThread("vt-trackload");
+            known_ = read();
+            ready_ = true;
+        });
+    }
+    void wait() { join(); }
+    /// True once, when it is there.
+    bool take(KnownTrack& out) {
+        if (!ready_.exchange(false)) return false;
+        join();
+        out = std::move(known_);
+        return true;
+    }
+
+private:
+    void join() {
+        if (thread_.joinable()) thread_.join();
+    }
+    std::thread thread_;
+    std::atomic<bool> ready_{false};
+    KnownTrack known_;
+};
+
 /// The car's velocity in the plane of the map, x east and y north. `yawNorth` is a compass heading:
 /// 0 is north and it grows clockwise (checked against positions in a recording of the sim); velX
 /// points ahead, velY to the left.
@@ -127,8 +168,10 @@ RoadOffsetSample roadOffsetSampleOf(const SimFrame& frame) {
 
 struct RoadOffsetSolver::State {
     std::string dataDir, baseDir;
-    bool save = false;
-    std::optional<CalSaver> saver; // from the first lap that is kept
+    /// Of a live drive; a replay reads where it stands, and keeps nothing.
+    std::optional<CalSaver> saver;
+    std::optional<TrackLoader> loader;
+    KnownTrack arrived;
 
     int32_t trackId = 0;
     float trackLength = 0;
@@ -151,21 +194,35 @@ struct RoadOffsetSolver::State {
         x = y = 0;
     }
 
-    void loadMap() {
+    KnownTrack read(int32_t id, float length) {
+        if (saver) saver->drain();
+        KnownTrack known;
         const std::lock_guard files(trackMapLock());
-        loadBestShape(dataDir, baseDir, trackId, trackLength, map);
+        loadTrackCal(dataDir, baseDir, id, known.cal);
+        loadBestShape(dataDir, baseDir, id, length, known.map);
+        return known;
+    }
+
+    void adopt(KnownTrack&& known) {
+        cal = std::move(known.cal);
+        map = std::move(known.map);
+        versionTable = cal.stationOffsetM;
+        offset = 0;
+        dirty = true; // the lap so far was not followed
+    }
+
+    void load() {
+        if (loader)
+            loader->begin([this, id = trackId, length = trackLength] { return read(id, length); });
+        else
+            adopt(read(trackId, trackLength));
     }
 
     void begin(const RoadOffsetSample& s) {
-        if (saver) saver->drain();
         trackId = s.trackId;
         trackLength = s.trackLength;
-        {
-            const std::lock_guard files(trackMapLock());
-            loadTrackCal(dataDir, baseDir, trackId, cal);
-        }
-        versionTable = cal.stationOffsetM;
-        loadMap();
+        adopt({});
+        load();
         const auto bins =
             static_cast<size_t>(std::clamp(s.trackLength, float{kBinsMin}, float{kBinsMax}));
         lap.heading.assign(bins, 0);
@@ -204,10 +261,7 @@ struct RoadOffsetSolver::State {
     void closeLap() {
         if (!dirty && hasMap()) {
             removeDrift();
-            if (foldCalLap(cal, map, lap, versionTable) && save) {
-                if (!saver) saver.emplace(baseDir);
-                saver->store(cal);
-            }
+            if (foldCalLap(cal, map, lap, versionTable) && saver) saver->store(cal);
         }
         clearLap();
         dirty = false;
@@ -238,6 +292,7 @@ struct RoadOffsetSolver::State {
 
     void step(const RoadOffsetSample& s) {
         if (s.trackId != trackId || std::abs(s.trackLength - trackLength) > kLengthChange) begin(s);
+        if (loader && loader->take(arrived)) adopt(std::move(arrived));
         const double turn =
             static_cast<double>(s.lapDistPct) - std::floor(static_cast<double>(s.lapDistPct));
         const double pct = std::clamp(turn, 0.0, kPctMax);
@@ -279,7 +334,9 @@ RoadOffsetSolver::RoadOffsetSolver(std::string dataDir, std::string baseDir, boo
     : state_(std::make_unique<State>()) {
     state_->dataDir = std::move(dataDir);
     state_->baseDir = std::move(baseDir);
-    state_->save = save && !state_->baseDir.empty();
+    if (!save || state_->baseDir.empty()) return;
+    state_->saver.emplace(state_->baseDir);
+    state_->loader.emplace();
 }
 
 RoadOffsetSolver::~RoadOffsetSolver() = default;
@@ -291,7 +348,7 @@ void RoadOffsetSolver::reset() {
     state.offset = 0;
     state.clearLap();
     // A map may have been built since the track was entered.
-    if (state.trackId > 0 && !state.hasMap()) state.loadMap();
+    if (state.trackId > 0 && !state.hasMap()) state.load();
 }
 
 RoadOffset RoadOffsetSolver::solve(const RoadOffsetSample& sample) {
@@ -306,6 +363,10 @@ RoadOffset RoadOffsetSolver::solve(const RoadOffsetSample& sample) {
     out.lateralOk = state.hasMap() && !state.dirty;
     if (out.lateralOk) out.lateralM = static_cast<float>(state.offset);
     return out;
+}
+
+void RoadOffsetSolver::settle() {
+    if (state_->loader) state_->loader->wait();
 }
 
 const TrackCal& RoadOffsetSolver::cal() const {

@@ -53,7 +53,8 @@ struct RoadOffset {
 
 class RoadOffsetSolver {
 public:
-    /// `save` false: laps are folded in memory, nothing is written (a replay beside a live drive).
+    /// `save`: a live drive. Files are read and written on threads of the solver's own; there is no
+    /// offset until they are read. False: a replay, which reads at once and folds in memory alone.
     RoadOffsetSolver(std::string dataDir, std::string baseDir, bool save);
     ~RoadOffsetSolver();
     RoadOffsetSolver(const RoadOffsetSolver&) = delete;
@@ -63,6 +64,8 @@ public:
     void reset();
     RoadOffset solve(const RoadOffsetSample& sample);
     const TrackCal& cal() const;
+    /// Waits for files that are being read; the next sample has them.
+    void settle();
 
 private:
     struct State;
