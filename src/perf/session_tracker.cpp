@@ -167,6 +167,12 @@ bool interrupted(TrackerState& t, const PerfSample& s, double dt) {
     return true;
 }
 
+/// Over the line with hardly anything of a lap behind it, and the counter stands still: a grid, or
+/// a stall, before the line. The way up to it belongs to no lap.
+bool crossedUncounted(const TrackerState& t, const PerfSample& s) {
+    return s.lap == t.previousLap && t.previousPct - s.lapPct > 0.8f && !lapHasItsBins(t);
+}
+
 void drive(TrackerState& t, const PerfSample& s) {
     if (s.lastLapTime != t.lastLapTime) {
         t.lastLapTime = s.lastLapTime;
@@ -175,7 +181,10 @@ void drive(TrackerState& t, const PerfSample& s) {
     const double dt = s.sessionTime - t.previousTime;
     if (interrupted(t, s, dt)) return;
     takeLateTime(t, s);
-    if (s.lap >= 1 && s.lap != t.previousLap) closeLap(t, s);
+    if (s.lap >= 1 && s.lap != t.previousLap)
+        closeLap(t, s);
+    else if (crossedUncounted(t, s))
+        beginLap(t, s);
     t.previousLap = s.lap;
     tickMarks(t, s);
     tickTraffic(t.traffic, s, dt);

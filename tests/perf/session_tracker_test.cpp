@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace vt {
@@ -31,7 +32,7 @@ struct Car {
     void tick(double dt = 1.0 / 60) {
         way += dt / static_cast<double>(lapTime);
         s.sessionTime += dt;
-        s.lap = 1 + static_cast<int32_t>(way);
+        s.lap = 1 + static_cast<int32_t>(std::max(way, 0.0));
         s.lapPct = static_cast<float>(way - std::floor(way));
         s.speed = 3000 / lapTime;
         trackerTick(tracker, s);
@@ -111,6 +112,17 @@ TEST(SessionTracker, TracesHaveNoHolesAndComeBackToTheirStart) {
     EXPECT_NEAR(std::hypot(lap.x[750] - lap.x[2250], lap.y[750] - lap.y[2250]), 2 * radius, 5);
     for (size_t i = 1; i <= last; ++i)
         ASSERT_GE(lap.elapsed[i], lap.elapsed[i - 1]) << i;
+}
+
+TEST(SessionTracker, AStartBeforeTheLineIsNoPartOfTheFirstLap) {
+    Car car;
+    car.way = -0.05;
+    while (car.way < 0) // 3 s from the grid to the line, in lap 1 already
+        car.tick();
+    car.toLap(3);
+    ASSERT_EQ(car.tracker.lapCount(), 2);
+    EXPECT_NEAR(car.tracker.laps()[0].lapTime, 60, 0.05);
+    EXPECT_NEAR(car.tracker.laps()[0].sectorSec[0], 18, 0.05);
 }
 
 TEST(SessionTracker, BeyondAHundredOnlyTheBestAndWorstMove) {
