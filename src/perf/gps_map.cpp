@@ -197,6 +197,10 @@ bool readPitPath(const std::string& file, int32_t trackId, PitPath& out) {
 
 } // namespace
 
+bool loadPitPath(const std::string& baseDir, int32_t trackId, PitPath& out) {
+    return readPitPath(pitPathFile(baseDir, trackId), trackId, out);
+}
+
 bool storePitPath(const std::string& baseDir, int32_t trackId, const PitPath& path) {
     if (baseDir.empty() || trackId < 1 || !path.any()) return false;
     const std::string file = pitPathFile(baseDir, trackId);

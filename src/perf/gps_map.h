@@ -69,6 +69,7 @@ struct PitPath {
     int32_t passes = 0; // entries into the pit lane
     bool any() const { return passes > 0; }
 };
+bool loadPitPath(const std::string& baseDir, int32_t trackId, PitPath& out);
 /// Adds to what the file holds.
 bool storePitPath(const std::string& baseDir, int32_t trackId, const PitPath& path);
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace vt {
 
@@ -70,8 +71,37 @@ std::vector<float> spread(const std::vector<float>& values, size_t count, float 
     return out;
 }
 
-bool shapeOfSurvey(const GpsMap& map, TrackShape& out) {
+/// The pit lane in the survey's metres. It crosses the line: it begins behind the longest stretch
+/// of the lap without any.
+std::vector<PointF> pitLaneOf(const std::string& baseDir, const GpsMap& map) {
+    constexpr int kSparse = 8; // bins; fewer are no lane
+    const auto path = std::make_unique<PitPath>();
+    std::vector<int> bins;
+    if (!loadPitPath(baseDir, map.trackId, *path)) return {};
+    for (int i = 0; i < kPitPathBins; ++i)
+        if (path->bins[static_cast<size_t>(i)].count > 0) bins.push_back(i);
+    if (bins.size() < kSparse) return {};
+    size_t start = 0;
+    int longest = bins.front() + kPitPathBins - bins.back();
+    for (size_t i = 1; i < bins.size(); ++i) {
+        if (bins[i] - bins[i - 1] <= longest) continue;
+        longest = bins[i] - bins[i - 1];
+        start = i;
+    }
+    std::vector<PointF> lane;
+    for (size_t i = 0; i < bins.size(); ++i) {
+        const PitPath::Bin& bin = path->bins[static_cast<size_t>(bins[(start + i) % bins.size()])];
+        const auto count = static_cast<double>(bin.count);
+        const OriginShift place =
+            originShift(bin.latitude / count, bin.longitude / count, map.originLat, map.originLon);
+        lane.push_back({static_cast<float>(place.dx), static_cast<float>(place.dy)});
+    }
+    return lane;
+}
+
+bool shapeOfSurvey(const GpsMap& map, const std::string& baseDir, TrackShape& out) {
     if (!map.usable()) return false;
+    out.pitLane = pitLaneOf(baseDir, map);
     std::vector<PointF> line;
     for (size_t i = 0; i < map.x.size(); ++i)
         line.push_back({map.x[i], map.y[i]});
@@ -103,7 +133,8 @@ bool shapeOfBins(const std::string& path, int trackId, float length, TrackShape&
 bool loadSimTrack(TrackShape& out, const std::string& dataDir, const std::string& baseDir,
                   int trackId, float length) {
     GpsMap survey;
-    if (loadGpsMapForTrack(dataDir, baseDir, trackId, survey) && shapeOfSurvey(survey, out))
+    if (loadGpsMapForTrack(dataDir, baseDir, trackId, survey) &&
+        shapeOfSurvey(survey, baseDir, out))
         return true;
     const auto drawn = [&](const std::string& path) {
         TrackShape shape;
