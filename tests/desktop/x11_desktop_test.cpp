@@ -120,12 +120,16 @@ TEST_F(X11Test, ThePanelGetsKeysCharactersAndTheWheel) {
         << " " << windowRect(panel).top << " " << windowRect(panel).width();
     EXPECT_GE(seen.count(EventKind::resized), 1);
     setWindowTopmost(panel, true);
-    EXPECT_NE(run("xprop -name 'VT Overlay' _NET_WM_STATE").find("ABOVE"), std::string::npos);
+    EXPECT_TRUE(pumpUntil([] { // the window manager answers in its own time
+        return run("xprop -name 'VT Overlay' _NET_WM_STATE").find("ABOVE") != std::string::npos;
+    }));
     EXPECT_NE(run("xprop -name 'VT Overlay' WM_NORMAL_HINTS").find("300 by 200"),
               std::string::npos);
     setWindowTitle(panel, "VT Ünïcode");
     const std::string name = "xprop -id $(xdotool getactivewindow) -notype 8u _NET_WM_NAME";
-    EXPECT_NE(run("LC_ALL=C.UTF-8 " + name).find("VT Ünïcode"), std::string::npos) << run(name);
+    EXPECT_TRUE(pumpUntil([&] {
+        return run("LC_ALL=C.UTF-8 " + name).find("VT Ünïcode") != std::string::npos;
+    })) << run(name);
 }
 
 TEST_F(X11Test, RaisingTheHiddenPanelBringsItToTheFront) {
