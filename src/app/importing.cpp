@@ -133,8 +133,8 @@ std::string Importing::statusLine() const {
         std::snprintf(text, sizeof text, Translate("Importing: file %d of %d, %d laps so far"),
                       card_->filesDone() + 1, card_->newFiles(), card_->lapsDone());
         return text;
-    case OfferState::result:
-        return card_->message();
+    case OfferState::result: // its first sentence: one line has no room for all of them
+        return card_->message().substr(0, card_->message().find(". ")) + ".";
     default:
         break;
     }
