@@ -134,7 +134,7 @@ std::string Importing::statusLine() const {
                       card_->filesDone() + 1, card_->newFiles(), card_->lapsDone());
         return text;
     case OfferState::result: // its first sentence: one line has no room for all of them
-        return card_->message().substr(0, card_->message().find(". ")) + ".";
+        return card_->message().substr(0, card_->message().find(" ", card_->message().find('.')));
     default:
         break;
     }
