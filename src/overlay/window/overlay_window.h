@@ -25,6 +25,8 @@
 namespace vt {
 
 class OverlayWindow;
+struct FuelModels;
+struct AudioSystem;
 
 /// Where maps of tracks lie, and the word that asks the reader for positions on the globe.
 struct TrackFiles {
@@ -60,6 +62,11 @@ struct OverlayHost {
     /// One finished line of the performance log; empty while no such log is open.
     std::function<void(std::string_view)> perfLine{};
     TrackFiles tracks{};
+    /// Burn, stops and saving; null where no overlay may learn or show any (some tests).
+    FuelModels* fuel = nullptr;
+    /// Where overlays speak; null: they are silent (pictures, tests).
+    const AudioSystem* audio = nullptr;
+    bool screenshots = false; // fixed content for pictures, nothing learned
 };
 
 /// The common settings as they were when the tick began.
