@@ -5,6 +5,7 @@
 #include "app/host_window.h"
 #include "app/importing.h"
 #include "app/main_tick.h"
+#include "app/planning.h"
 #include "app/readers.h"
 #include "app/recorder.h"
 #include "app/shoot.h"
@@ -18,6 +19,7 @@
 #include "overlay/window/overlay_hotkeys.h"
 #include "perf/road_saver.h"
 #include "perf/road_survey.h"
+#include "platform/audio_sink.h"
 #include "platform/desktop.h"
 #include "platform/file.h"
 #include "platform/headless/headless.h"
@@ -58,7 +60,7 @@ struct Driver {
     bool firstRun = false;
     SaveState saveState;
 
-    OverlayHost host{config, clock, {}, {}, {}, {}, false, false, {}, nullptr, {}, {}};
+    OverlayHost host{config, clock};
     std::vector<std::unique_ptr<OverlayWindow>> overlays;
     OverlayHotkeys hotkeys;
     HostWindow panel;
@@ -75,6 +77,7 @@ struct Driver {
     std::unique_ptr<RoadSaver> roadSaver;
     std::unique_ptr<Recorder> recorder;   // none without a data folder
     std::unique_ptr<Importing> importing; // as the recorder
+    Planning planning;
     SimPump pump{buffer, pumpWords, scan, clock, listProcessNames, {}, {}, {}};
     std::thread pumpThread;
     Assistants assistants{config, steer, pumpWords, scan, {}};
@@ -269,13 +272,20 @@ void fillTick(Driver& d) {
         if (d.recorder)
             d.recorder->tick(frame, d.config, d.pumpWords.demoOn != 0, clockUnixSeconds(d.clock));
     });
+    setTickStep(d.tick, "pit strategy", [&d](MainTick&, const SimFrame& frame) {
+        planningTick(d.planning, d.config, frame, clockMs(d.clock));
+    });
     setTickStep(d.tick, "save settings", [&d](MainTick&, const SimFrame&) { saveWhenDirty(d); });
 }
 
 void startHotkeys(Driver& d) {
     d.hotkeys.host = &d.host;
     d.hotkeys.toggleDemo = [&d] { toggleDemo(d); };
+    d.hotkeys.other = [&d](int id) {
+        planningHotkey(d.planning, d.config, frameRead(d.buffer), id, clockMs(d.clock));
+    };
     registerOverlayHotkeys(d.hotkeys);
+    registerPlanningKeys(d.config);
 }
 
 void hangOnPump(Driver& d) {
@@ -391,8 +401,13 @@ void stopThreads(Driver& d) {
 
 void stop(Driver& d) {
     unregisterOverlayHotkeys(d.hotkeys);
+    unregisterPlanningKeys();
     setHotkeyHandler({});
     stopThreads(d);
+    // The laps under way are learned, then kept.
+    if (OverlayWindow* fuel = d.host.overlays.empty() ? nullptr : d.host.overlays[kSlotFuel])
+        fuel->prepareFrame(nullptr);
+    finishPlanning(d.planning, d.host);
     stopAssistants(d.assistants);
     if (d.config.settingsDirty) saveNow(d);
     for (auto& overlay : d.overlays)
@@ -409,7 +424,11 @@ void stop(Driver& d) {
 }
 
 int shootPictures(Driver& d) {
-    const int failures = d.line.at.empty() ? shootLooks(d.host, d.line) : shootRace(d.host, d.line);
+    const ShootModels models = [&d](const SimFrame& frame) {
+        planningTick(d.planning, d.config, frame, clockMs(d.clock));
+    };
+    const int failures =
+        d.line.at.empty() ? shootLooks(d.host, d.line, models) : shootRace(d.host, d.line, models);
     if (failures == 0) logStatus("[shoot] pictures are in %s\n", d.line.shootFolder.c_str());
     return failures == 0 ? 0 : 1;
 }
@@ -459,6 +478,10 @@ int runProgram(const CommandLine& line) {
     }
     drawingInit(shippedFolder("fonts"));
     loadConfig(d);
+    d.host.screenshots = shooting;
+    d.planning.screenshots = shooting;
+    startPlanning(d.planning, d.host, shooting ? "" : d.appDataDir);
+    if (!shooting) d.host.audio = &machineAudio();
     makeOverlayObjects(d);
     createOverlayWindows(d);
     running = &d;

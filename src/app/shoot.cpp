@@ -95,17 +95,18 @@ std::string shootSuffix(double seconds) {
     return text;
 }
 
-int shootLooks(OverlayHost& host, const CommandLine& line) {
+int shootLooks(OverlayHost& host, const CommandLine& line, const ShootModels& models) {
     if (!makeFolders(line.shootFolder)) return 1;
     Shooter shooter{host, line, {}};
     demoFrameAt(shooter.frame, kStillTime);
     updatePitLaps(pitLaps, &shooter.frame);
+    if (models) models(shooter.frame);
     for (OverlayWindow* overlay : host.overlays)
         if (overlay) shooter.looks(*overlay);
     return shooter.failures;
 }
 
-int shootRace(OverlayHost& host, const CommandLine& line) {
+int shootRace(OverlayHost& host, const CommandLine& line, const ShootModels& models) {
     if (!makeFolders(line.shootFolder)) return 1;
     int failures = 0;
     SimFrame frame;
@@ -116,6 +117,7 @@ int shootRace(OverlayHost& host, const CommandLine& line) {
         const double t = step * kStep;
         demoFrameAt(frame, t);
         updatePitLaps(pitLaps, &frame);
+        if (models) models(frame);
         ++frameStamp;
         for (OverlayWindow* overlay : host.overlays)
             if (overlay && overlay->configBase()->enabled) overlayTick(*overlay, &frame);
