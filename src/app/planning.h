@@ -12,7 +12,8 @@ inline constexpr int kHotkeyNextPlan = 3, kHotkeyCommitPlan = 4;
 
 struct Planning {
     FuelModels models{};
-    std::string path{}; // of `car_track.json`; empty: nothing is kept
+    std::string path{};       // of `car_track.json`; empty: nothing is kept
+    bool screenshots = false; // a fixed cost of a stop, nothing learned
 };
 
 /// Reads what was learned, and enters the models into `host` and the texts of fields.
