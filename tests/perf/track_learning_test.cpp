@@ -6,6 +6,7 @@
 #include "perf/track_bin_map.h"
 #include "perf/turn_finder.h"
 #include "platform/file.h"
+#include "spread.h"
 #include "telemetry/sim_registry.h"
 
 #include <gtest/gtest.h>
@@ -116,16 +117,6 @@ model::CircuitPoint nearest(const model::Circuit& circuit, double s, PointF p) {
         }
     }
     return best;
-}
-
-struct Spread {
-    float median = 0, p95 = 0;
-};
-Spread spreadOf(std::vector<float> errors) {
-    for (float& error : errors)
-        error = std::abs(error);
-    std::sort(errors.begin(), errors.end());
-    return {percentileOf(errors, 0.5), percentileOf(errors, 0.95)};
 }
 
 struct Learned {
