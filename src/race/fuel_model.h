@@ -38,13 +38,16 @@ struct FuelLapWatch {
     float fuelAtLapEnd = -1; // litres
     bool touchedPit = false; // during the lap under way
     bool previousDirty = true;
-    bool awaitsTime = false; // the newest sample has no lap time yet
-    float lapTimeBefore = 0; // `lastLapTime` before the lap end
+    bool awaitsTime = false;   // the lap that ended last has no time yet
+    bool sampleAwaits = false; // and it gave a sample
+    float lapTimeBefore = 0;   // `lastLapTime` before the lap end
 };
 struct FuelLapEvent {
-    bool lapEnd = false;        // `sample` is valid; not pushed yet
+    bool ended = false;         // the lap rose by one
+    bool lapEnd = false;        // so it did, and `sample` is valid; not pushed yet
     bool jumped = false;        // the lap moved by anything but 0 or +1
-    bool timeKnown = false;     // `lapTime` belongs to the newest sample of the ring
+    bool timeKnown = false;     // `lapTime` is that of the lap that ended last
+    bool timeForSample = false; // and belongs to the newest sample of the ring
     bool previousDirty = false; // of the lap before `sample`
     LapFuelSample sample{};
     float lapTime = 0;

@@ -24,7 +24,7 @@ struct FuelSaveModel {
     float baseline = -1;     // burn when saving began; -1 = could not be taken
     FuelRing laps{};
     FuelLapWatch watch{};
-    bool wasLive = false, previousDirty = true;
+    bool wasLive = false;
     int simKind = -1, sessionNum = -1, trackId = -1;
     std::string car, track;
 };

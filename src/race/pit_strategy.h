@@ -34,6 +34,7 @@ struct PitLossWatch {
     float lastTime = 0; // last lap time seen
     float lastClean = 0;
     bool lapTouchedPit = false;
+    bool awaitsTime = false, awaitedTouchedPit = false; // of the lap that ended last
 };
 
 struct PitSettings {
@@ -71,7 +72,7 @@ struct PitStrategyEngine {
 /// One step. Null frame: not live. Allocates nothing while car and track stay.
 void strategyTick(PitStrategyEngine& engine, CarTrackStore& store, const PitSettings& settings,
                   const SimFrame* frame, uint64_t nowMs);
-void resetStrategy(PitStrategyEngine& engine); // keeps what was announced
+void resetStrategy(PitStrategyEngine& engine); // forgets what was announced, too
 /// The next plan becomes the driver's.
 void cycleStrategy(PitStrategyEngine& engine);
 /// The litres of the selected plan's next stop go to the sim by `send(user, commandWord, litres)`.
@@ -87,7 +88,25 @@ struct PlanInput {
     float fuel = 0, capacity = 0, burn = 0, avgLap = 0, pitLossSec = 0;
     bool imperial = false;
 };
-/// False when the plan cannot be driven.
+/// False when the plan cannot be driven: more than 15 % of the burn to save, less than a litre to
+/// add.
 bool evaluatePlan(const PlanInput& input, StrategyOption& out);
+
+/// The candidates that can be driven, by the time they take; returns their count. `lapsToGo`
+/// from 1.
+int rankPlans(const PlanInput& race, std::array<StrategyOption, 4>& out);
+
+/// What one step of a car's stop machine is told.
+struct PitLossStep {
+    bool onPitRoad = false, yellow = false;
+    bool lapEnded = false, jumped = false;
+    bool timeKnown = false; // `time` is that of the lap that ended last
+    float time = 0;         // s
+    float reference = 0;    // s, a lap without a stop, should the stop begin now
+};
+/// The cost of a stop in s when this step completed a measurement of 5 to 180 s; else 0.
+float pitLossStep(PitLossWatch& watch, const PitLossStep& step);
+/// Another car's row, with laps and late times told apart here.
+float observePitLoss(PitLossWatch& watch, const CarRow& row, bool yellow);
 
 } // namespace vt
