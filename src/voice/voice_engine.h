@@ -40,6 +40,7 @@ struct VoiceEngine {
     std::atomic<uint32_t> ready{0};       // a device is open and at least one clip is loaded
     std::atomic<uint32_t> loadPercent{0}; // of the pack being loaded, 100 = done
 
+    const AudioSystem* audio = nullptr;
     std::unique_ptr<VoiceThread> thread; // null: not running
 };
 

@@ -251,8 +251,7 @@ int64_t writable(AudioSink* handle) {
     return sink.seenWritable;
 }
 
-/// Ready once a period has become free since the sink's thread looked last: what was left unfilled
-/// on purpose does not count again.
+/// Ready once a period has become free since the sink's thread looked last.
 AudioWait wait(AudioSink* handle, int timeoutMs) {
     PulseSink& sink = of(handle);
     const auto end = SteadyClock::now() + std::chrono::milliseconds(timeoutMs);
@@ -264,8 +263,11 @@ AudioWait wait(AudioSink* handle, int timeoutMs) {
         const size_t bytes = pa_stream_writable_size(sink.stream);
         if (bytes == static_cast<size_t>(-1)) return AudioWait::lost;
         const auto frames = static_cast<int64_t>(bytes / sink.frameBytes);
-        if (frames >= sink.info.bufferFrames ||
-            frames - std::max<int64_t>(sink.seenWritable, 0) >= sink.info.periodFrames)
+        // What its thread left unfilled on purpose does not count again, a stream that ran dry
+        // once.
+        const int64_t seen = std::max<int64_t>(sink.seenWritable, 0);
+        if (frames - seen >= sink.info.periodFrames ||
+            (frames >= sink.info.bufferFrames && seen < sink.info.bufferFrames))
             return AudioWait::ready;
         const int left = leftMs(end);
         if (left == 0) return AudioWait::timedOut;
