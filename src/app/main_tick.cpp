@@ -94,7 +94,10 @@ void overlayPass(MainTick& tick, const SimFrame& frame) {
         const int place = (start + i) % count;
         OverlayWindow* overlay = overlays[static_cast<size_t>(place)];
         if (!overlay) continue;
-        if (enabled(*overlay) || overlay->editMode) tickOverlay(tick, *overlay, frame);
+        if (enabled(*overlay) || overlay->editMode)
+            tickOverlay(tick, *overlay, frame);
+        else
+            overlay->whileDisabled();
         const double ms = static_cast<double>(clockTicks(tick.clock) - began) / 1e6;
         if (i + 1 < count && ms > tick.overlayBudgetMs) {
             tick.overlayCursor = (place + 1) % count;

@@ -2,6 +2,7 @@
 
 #include "overlay/overlays/delta_trace_overlay.h"
 #include "overlay/overlays/relative_overlay.h"
+#include "overlay/overlays/spotter_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
 #include "overlay/overlays/track_map_overlay.h"
 #include "overlay/overlays/track_strip_overlay.h"
@@ -22,7 +23,7 @@ const std::vector<OverlayKind>& overlayKinds() {
     static const std::vector<OverlayKind> kinds = {
         {kSlotRelative, make<RelativeOverlay>},     {kSlotStandings, make<StandingsOverlay>},
         {kSlotTrackMap, make<TrackMapOverlay>},     {kSlotDeltaTrace, make<DeltaTraceOverlay>},
-        {kSlotTrackStrip, make<TrackStripOverlay>},
+        {kSlotTrackStrip, make<TrackStripOverlay>}, {kSlotSpotter, make<SpotterOverlay>},
     };
     return kinds;
 }

@@ -109,6 +109,7 @@ public:
     /// in edit mode. `previewMode` tells that nothing may be learned from the frame.
     virtual uint64_t contentHash();
     virtual void prepareFrame(const SimFrame* newFrame); // before the tick, also while hidden
+    virtual void whileDisabled() {} // in its place, while the overlay is switched off
 
     // ---- state, read by the pages, the captures and the tests ----
 
