@@ -108,10 +108,13 @@ void drawBlip(ListPainter& p, const Plane& plane, const RadarBlip& blip, bool la
     if (!numbers || blip.carNumberValue < 0) return;
     char text[16];
     std::snprintf(text, sizeof text, "%d", blip.carNumberValue);
-    const float size = std::clamp(plane.pixels * 2.1f, 8.0f, 14.0f);
-    const float reach = size * 2;
-    p.text({at.x - reach, at.y - size, at.x + reach, at.y + size}, text, {Face::mono, size, 700},
-           fade(unsure ? kOwn : Color{0.03f, 0.04f, 0.05f, 1}, alpha), TextAlign::center);
+    // Beside the blip, on its outer side while there is room.
+    const float size = std::clamp(plane.pixels * 1.9f, 9.0f, 14.0f), wide = size * 2;
+    const float half = std::max(kCarWidth * plane.pixels / 2, 4.0f) + 3;
+    const bool left = at.x < plane.middle.x && at.x - half - wide > plane.middle.x - plane.width;
+    const float from = left ? at.x - half - wide : at.x + half;
+    p.text({from, at.y - size, from + wide, at.y + size}, text, {Face::mono, size, 700},
+           fade(kOwn, 0.85f * alpha), left ? TextAlign::trailing : TextAlign::leading);
 }
 
 void drawBlips(ListPainter& p, const Plane& plane, const SpotterRadar& radar, bool numbers,
