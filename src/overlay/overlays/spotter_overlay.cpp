@@ -19,6 +19,7 @@ constexpr uint64_t kNobodyBars = 364567, kNobodyRadar = 5418409;
 constexpr uint64_t kFlashMs = 900, kApproachMs = 700, kPulseMs = 1100;
 constexpr float kFlashStrength = 0.66f;
 constexpr float kVisible = 0.02f;
+constexpr const char* kAppLanguage = "en"; // of the texts; no other is there yet
 
 uint64_t barsHash(const SpotterBars& bars, uint64_t nowMs) {
     if (bars.sides[0].alpha <= kVisible && bars.sides[1].alpha <= kVisible) return kNobodyBars;
@@ -86,7 +87,7 @@ SpotterOverlay::SpotterOverlay(OverlayHost& host_) : OverlayWindow(host_, kSlotS
 void SpotterOverlay::configureVoice() {
     SpotterConfig& c = config.spotter;
     if (!voice_) return;
-    const std::string language = resolveLanguage(config.voiceLanguage, "");
+    const std::string language = resolveLanguage(config.voiceLanguage, kAppLanguage);
     if (c.spotterVoicePack.empty() && !packChosen_) {
         c.spotterVoicePack = defaultPack(language);
         config.settingsDirty = config.settingsDirty || !c.spotterVoicePack.empty();
