@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "overlay/frame/fields.h"
+#include "overlay/overlays/fuel_view.h"
 #include "platform/broadcast.h"
 #include "platform/desktop.h"
 #include "platform/paths.h"
@@ -37,14 +38,6 @@ PitSettings pitSettings(const AppConfig& config, bool screenshots) {
             .writeEnabled = config.pitWriteEnabled,
             .imperial = config.imperial == 1,
             .screenshots = screenshots};
-}
-
-FuelRules fuelRules(const FuelConfig& fuel) {
-    return {.windowLaps = fuel.fuelWindowLaps,
-            .pitBuffer = fuel.fuelPitBuffer,
-            .devPct = fuel.fuelDevPct,
-            .amberLaps = fuel.fuelAlertAmberLaps,
-            .redLaps = fuel.fuelAlertRedLaps};
 }
 
 void sendPitFuel(void*, uint32_t word, int litres) {

@@ -1,6 +1,7 @@
 #include "overlay/overlays/overlay_catalogue.h"
 
 #include "overlay/overlays/delta_trace_overlay.h"
+#include "overlay/overlays/fuel_overlay.h"
 #include "overlay/overlays/relative_overlay.h"
 #include "overlay/overlays/spotter_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
@@ -21,9 +22,13 @@ std::unique_ptr<OverlayWindow> make(OverlayHost& host) {
 
 const std::vector<OverlayKind>& overlayKinds() {
     static const std::vector<OverlayKind> kinds = {
-        {kSlotRelative, make<RelativeOverlay>},     {kSlotStandings, make<StandingsOverlay>},
-        {kSlotTrackMap, make<TrackMapOverlay>},     {kSlotDeltaTrace, make<DeltaTraceOverlay>},
-        {kSlotTrackStrip, make<TrackStripOverlay>}, {kSlotSpotter, make<SpotterOverlay>},
+        {kSlotRelative, make<RelativeOverlay>},
+        {kSlotStandings, make<StandingsOverlay>},
+        {kSlotTrackMap, make<TrackMapOverlay>},
+        {kSlotDeltaTrace, make<DeltaTraceOverlay>},
+        {kSlotTrackStrip, make<TrackStripOverlay>},
+        {kSlotSpotter, make<SpotterOverlay>},
+        {kSlotFuel, make<FuelOverlay>},
     };
     return kinds;
 }
