@@ -284,27 +284,9 @@ struct Child {
     ~Child() { end(); }
 };
 
-TEST_F(Engines, ARealServerHearsIt) {
-    if (std::system("command -v pulseaudio parec >/dev/null 2>&1") != 0 ||
-        std::system("command -v parec >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "no pulseaudio";
-    const std::string socket = folder + "/sound", raw = folder + "/heard.raw";
-    std::filesystem::create_directories(folder + "/run");
-    setenv("XDG_RUNTIME_DIR", (folder + "/run").c_str(), 1);
-    setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
-    VoiceEngine engine;
-    voiceConfigure(engine, wanted());
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_FALSE(engine.ready) << "no server yet";
-    Child server({"pulseaudio", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "-n",
-                  "-L", "module-native-protocol-unix auth-anonymous=1 socket=" + socket, "-L",
-                  "module-null-sink sink_name=vt_null rate=48000"});
-    for (int i = 0; i < 8000 && !engine.ready; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    if (!engine.ready) GTEST_SKIP() << "the sound server does not start here";
-    const std::vector<AudioDevice> devices = listDevices();
-    ASSERT_EQ(devices.size(), 1u);
-    EXPECT_EQ(devices[0].id, "vt_null");
+/// What the server's monitor gave while a pulse and a chime were asked for.
+std::vector<float> recordPulseAndChime(VoiceEngine& engine, const std::string& raw) {
+    std::filesystem::remove(raw);
     Child recorder({"sh", "-c",
                     "exec parec -d vt_null.monitor --rate=48000 --channels=1 --format=float32le "
                     "--latency-msec=20 > " +
@@ -329,14 +311,50 @@ TEST_F(Engines, ARealServerHearsIt) {
     const std::string bytes((std::istreambuf_iterator<char>(file)), {});
     std::vector<float> heard(bytes.size() / 4);
     std::memcpy(heard.data(), bytes.data(), heard.size() * 4);
+    return heard;
+}
+
+/// Where sound begins after a tenth of a second of silence.
+std::vector<size_t> onsets(const std::vector<float>& heard) {
     std::vector<size_t> starts;
-    for (size_t i = 0, quiet = 99999; i < heard.size(); ++i) {
+    for (size_t i = 0, quiet = kRate; i < heard.size(); ++i) {
         if (std::abs(heard[i]) < 0.003f) {
             ++quiet;
             continue;
         }
-        if (quiet > 4800) starts.push_back(i);
+        if (quiet > kRate / 10) starts.push_back(i);
         quiet = 0;
+    }
+    return starts;
+}
+
+TEST_F(Engines, ARealServerHearsIt) {
+    if (std::system("command -v pulseaudio parec >/dev/null 2>&1") != 0 ||
+        std::system("command -v parec >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "no pulseaudio";
+    const std::string socket = folder + "/sound", raw = folder + "/heard.raw";
+    std::filesystem::create_directories(folder + "/run");
+    setenv("XDG_RUNTIME_DIR", (folder + "/run").c_str(), 1);
+    setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
+    VoiceEngine engine;
+    voiceConfigure(engine, wanted());
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_FALSE(engine.ready) << "no server yet";
+    Child server({"pulseaudio", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "-n",
+                  "-L", "module-native-protocol-unix auth-anonymous=1 socket=" + socket, "-L",
+                  "module-null-sink sink_name=vt_null rate=48000"});
+    for (int i = 0; i < 8000 && !engine.ready; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (!engine.ready) GTEST_SKIP() << "the sound server does not start here";
+    const std::vector<AudioDevice> devices = listDevices();
+    ASSERT_EQ(devices.size(), 1u);
+    EXPECT_EQ(devices[0].id, "vt_null");
+    // A machine that is busy loses stretches of sound now and then: three tries.
+    std::vector<size_t> starts;
+    std::vector<float> heard;
+    for (int attempt = 0; attempt < 3 && starts.size() != 2; ++attempt) {
+        heard = recordPulseAndChime(engine, raw);
+        starts = onsets(heard);
     }
     ASSERT_EQ(starts.size(), 2u) << heard.size();
     EXPECT_GT(levelOf(heard, starts[0] + 480, 4800, 1, 1000), 0.06);

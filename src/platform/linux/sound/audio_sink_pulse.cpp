@@ -255,8 +255,6 @@ int64_t writable(AudioSink* handle) {
 AudioWait wait(AudioSink* handle, int timeoutMs) {
     PulseSink& sink = of(handle);
     const auto end = SteadyClock::now() + std::chrono::milliseconds(timeoutMs);
-    const int periodMs = std::max<int>(
-        1, static_cast<int>(sink.info.periodFrames * 1000ull / sink.info.format.rate));
     for (;;) {
         if (sink.woken.exchange(false)) return AudioWait::woken;
         if (!alive(sink)) return AudioWait::lost;
@@ -271,7 +269,8 @@ AudioWait wait(AudioSink* handle, int timeoutMs) {
             return AudioWait::ready;
         const int left = leftMs(end);
         if (left == 0) return AudioWait::timedOut;
-        if (!turn(sink.connection.loop, std::min(left, periodMs))) return AudioWait::lost;
+        // The server's word that there is room ends the turn; nobody looks in between.
+        if (!turn(sink.connection.loop, left)) return AudioWait::lost;
     }
 }
 
