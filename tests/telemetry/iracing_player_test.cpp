@@ -74,6 +74,13 @@ protected:
         return within(5000, [&] { return reader_.open() && reader_.poll(frame_); });
     }
 
+    /// What a killed sim left behind may be seen until the next one has cleared it.
+    bool connect(size_t cars) {
+        return within(5000, [&] {
+            return reader_.open() && reader_.poll(frame_) && frame_.cars.size() == cars;
+        });
+    }
+
     /// Calls `look` with each new frame for so many milliseconds.
     int watch(int milliseconds, const auto& look) {
         int frames = 0;
@@ -222,8 +229,7 @@ TEST_F(PlayedCapture, EndsCleanlyOrByForce) {
     EXPECT_TRUE(within(1500, [&] { return !reader_.isConnected(); }));
     EXPECT_FALSE(reader_.open());
     ASSERT_TRUE(play("interlagos_grid_42.irsdk", {}));
-    ASSERT_TRUE(connect());
-    EXPECT_EQ(frame_.cars.size(), 41u);
+    EXPECT_TRUE(connect(41));
 }
 
 } // namespace

@@ -15,8 +15,7 @@ bool startIrPublisher(IrPublisher& out, const IrImage& image, const Options& opt
     out.header = image.header;
     out.header.status = 0;
     out.tick = image.tick;
-    out.write(0, image.bytes.data(), sizeof out.header);
-    out.writeHeader();
+    out.writeHeader(); // says that it is not connected until the rest is there
     out.write(sizeof out.header, image.bytes.data() + sizeof out.header,
               image.bytes.size() - sizeof out.header);
     return true;

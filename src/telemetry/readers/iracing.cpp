@@ -163,7 +163,8 @@ bool IRacingReader::poll(SimFrame& out) {
     const bool taken = irTakeNewest(map_, viewSize_, latest, sample_, tick, counters_.tornCopies);
     if (taken && lastTick_ - static_cast<int64_t>(tick) >= kRestartTicks && !restart(header))
         return false;
-    if (header.sessionInfoUpdate != lastSessionInfoUpdate_) {
+    // An empty text may be one that the sim has not written yet.
+    if (header.sessionInfoUpdate != lastSessionInfoUpdate_ || rawText_.empty()) {
         lastSessionInfoUpdate_ = header.sessionInfoUpdate;
         readText(header);
     }
