@@ -1,16 +1,19 @@
 // What fuel, plans, the spotter and the voice cost. Input: a race of the driver model with 64 cars
 // on the built-in circuit "oval", recorded as frames at 60 Hz over two laps, played round and
 // round; for the voice a clip of a second into a device of two channels.
+#include "base/log.h"
 #include "count_allocations.h"
 #include "driver_model/driver_model.h"
 #include "race/fuel_save.h"
 #include "race/spotter_model.h"
 #include "telemetry/sim_registry.h"
 #include "voice/voice_mix.h"
+#include "voice/voice_pack.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <vector>
 
 namespace {
@@ -115,6 +118,24 @@ void voicePass(benchmark::State& state) {
     }
     state.counters["allocations"] = static_cast<double>(allocations.load() - before);
 }
+/// A whole pack, as far as until it can speak: VT_VOICE_ROOT is the folder that
+/// tools/make_voice_pack wrote ("--out").
+void packLoad(benchmark::State& state) {
+    const char* root = std::getenv("VT_VOICE_ROOT");
+    if (!root) return state.SkipWithError("VT_VOICE_ROOT is not set");
+    setVoiceRoot(root);
+    setLogSink([](void*, std::string_view) {}, nullptr);
+    for (auto _ : state) {
+        VoiceClips clips;
+        const bool coach = state.range(0) != 0;
+        const bool any = loadPack({"en", "", true, true, coach}, 48000, 2, clips, nullptr, nullptr);
+        if (!any) state.SkipWithError("no pack");
+        state.counters["decodedMB"] = static_cast<double>(clips.samples) * 4e-6;
+    }
+    setLogSink(nullptr, nullptr);
+}
+BENCHMARK(packLoad)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
 BENCHMARK(voicePass)->Args({32, 1})->Args({16, 0});
 
 } // namespace

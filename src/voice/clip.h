@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vt {
@@ -22,6 +23,10 @@ struct RawClip {
 };
 
 inline constexpr size_t kMaxClipSamples = 11'520'000; // two minutes of stereo at 48 kHz
+
+/// The two formats out of a file's bytes; rules as below.
+bool decodeWav(std::string_view bytes, RawClip& out, std::string& reason);
+bool decodeOpus(std::string_view bytes, RawClip& out, std::string& reason);
 
 /// RIFF WAVE: 8, 16, 24 bit integer, 32 bit float, plain or extensible, up to 8 channels. False
 /// (and `reason`) for anything else, for damaged files and for longer ones.

@@ -37,13 +37,16 @@ const char* decode(OggOpusFile* file, std::vector<float>& samples, int channels)
 } // namespace
 
 bool readOpus(const std::string& path, RawClip& out, std::string& reason) {
+    std::string bytes;
+    if (readFile(path, bytes)) return decodeOpus(bytes, out, reason);
+    out = {};
+    reason = "not a file that can be read, or above 64 MiB";
+    return false;
+}
+
+bool decodeOpus(std::string_view bytes, RawClip& out, std::string& reason) {
     out = {};
     reason.clear();
-    std::string bytes;
-    if (!readFile(path, bytes)) {
-        reason = "not a file that can be read, or above 64 MiB";
-        return false;
-    }
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
     const std::unique_ptr<OggOpusFile, OpusFree> file(op_open_memory(data, bytes.size(), nullptr));
     if (!file) {

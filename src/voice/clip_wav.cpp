@@ -71,13 +71,16 @@ bool pathIsThere(const std::string& path) {
 } // namespace
 
 bool readWav(const std::string& path, RawClip& out, std::string& reason) {
+    std::string bytes;
+    if (readFile(path, bytes)) return decodeWav(bytes, out, reason);
+    out = {};
+    reason = "not a file that can be read, or above 64 MiB";
+    return false;
+}
+
+bool decodeWav(std::string_view bytes, RawClip& out, std::string& reason) {
     out = {};
     reason.clear();
-    std::string bytes;
-    if (!readFile(path, bytes)) {
-        reason = "not a file that can be read, or above 64 MiB";
-        return false;
-    }
     const ByteView file(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
     if (file.size() < 12 || std::memcmp(file.data(), "RIFF", 4) != 0 ||
         std::memcmp(file.data() + 8, "WAVE", 4) != 0) {

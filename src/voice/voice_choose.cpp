@@ -30,19 +30,24 @@ uint32_t nextRandom(VoicePlayer& player) {
     return player.rng = x;
 }
 
-using Takes = std::array<Clip, kTakes>;
+using Takes = std::array<PackClip, kTakes>;
 
 /// Not the last one, unless there is no other. `last` is kept.
-const Clip* pickTake(VoicePlayer& player, const Takes& takes, int& last) {
-    std::array<int, kTakes> others{};
-    size_t count = 0;
-    for (int i = 0; i < kTakes; ++i)
-        if (!takes[static_cast<size_t>(i)].empty() && i != last) others[count++] = i;
-    if (count > 0)
-        last = others[nextRandom(player) % count];
-    else if (last < 0 || takes[static_cast<size_t>(last)].empty())
-        return nullptr;
-    return &takes[static_cast<size_t>(last)];
+const Clip* pickTake(VoicePlayer& player, Takes& takes, int& last) {
+    for (;;) { // a take that turns out to be damaged is absent from then on
+        std::array<int, kTakes> others{};
+        size_t count = 0;
+        for (int i = 0; i < kTakes; ++i)
+            if (!takes[static_cast<size_t>(i)].absent() && i != last) others[count++] = i;
+        if (count == 0) break;
+        const int take = others[nextRandom(player) % count];
+        if (const Clip* clip = hear(player.clips, takes[static_cast<size_t>(take)])) {
+            last = take;
+            return clip;
+        }
+        takes[static_cast<size_t>(take)] = {};
+    }
+    return last < 0 ? nullptr : hear(player.clips, takes[static_cast<size_t>(last)]);
 }
 
 void play(VoicePlayer& player, const Clip* clip, bool phrase = false) {
@@ -81,9 +86,9 @@ bool composeTurn(VoicePlayer& player, int turn) {
     addNumber(turn, words);
     player.composed = {};
     for (const int word : words) {
-        const Clip& clip = player.clips.numbers[static_cast<size_t>(word)];
-        if (clip.empty()) return false;
-        joinClip(player.composed, clip, kTight, player.rate);
+        const Clip* clip = hear(player.clips, player.clips.numbers[static_cast<size_t>(word)]);
+        if (!clip) return false;
+        joinClip(player.composed, *clip, kTight, player.rate);
     }
     return true;
 }
@@ -91,10 +96,7 @@ bool composeTurn(VoicePlayer& player, int turn) {
 /// The place in front of a sentence, -1 = none; a composed one lies in `composed`.
 const Clip* placeClip(VoicePlayer& player, int place) {
     if (place < 0 || place >= kPlacesSaid) return nullptr;
-    if (place < kPlaces) {
-        const Clip& clip = player.clips.places[static_cast<size_t>(place)];
-        return clip.empty() ? nullptr : &clip;
-    }
+    if (place < kPlaces) return hear(player.clips, player.clips.places[static_cast<size_t>(place)]);
     return composeTurn(player, place) ? &player.composed : nullptr;
 }
 
@@ -114,8 +116,8 @@ void sayEngineer(VoicePlayer& player, int32_t word) {
     }
     const Clip* position = nullptr;
     if (ordinal >= 1 && ordinal <= kOrdinals) {
-        position = &player.clips.ordinals[static_cast<size_t>(ordinal - 1)];
-        if (position->empty()) {
+        position = hear(player.clips, player.clips.ordinals[static_cast<size_t>(ordinal - 1)]);
+        if (!position) {
             coachLog("engineer NOT HEARD: voice line %d needs the position word %d, which this "
                      "voice pack lacks",
                      line, ordinal);
@@ -134,16 +136,17 @@ void sayEngineer(VoicePlayer& player, int32_t word) {
 void sayTip(VoicePlayer& player, int32_t word) {
     const int line = word & 0xFF, place = ((word >> 8) & 0xFF) - 1;
     if (player.current || line >= kCoachLines) return;
-    const Clip& reminder = player.clips.reminders[static_cast<size_t>(line)];
-    const bool reminds = (word >> 16 & 1) && !reminder.empty();
-    const Clip* clip = reminds ? &reminder : pickLine(player, line);
+    const Clip* reminder =
+        word >> 16 & 1 ? hear(player.clips, player.clips.reminders[static_cast<size_t>(line)])
+                       : nullptr;
+    const Clip* clip = reminder ? reminder : pickLine(player, line);
     if (!clip) return;
     const Clip* first = placeClip(player, place);
     play(player, first ? first : clip);
     if (first) player.second = clip;
     logStatus("[voice] play tip %d (take %d)%s place %d: %zu frames%s\n", line,
               player.lastLineTake[static_cast<size_t>(line)], first ? " (place first)" : "", place,
-              clip->frames(), reminds ? " (reminder)" : "");
+              clip->frames(), reminder ? " (reminder)" : "");
 }
 
 bool isPairSecond(const std::vector<int>& words, size_t at) {
@@ -158,13 +161,14 @@ void sayTimedTip(VoicePlayer& player, int32_t word) {
     const Clip* clip = pickLine(player, line);
     if (!clip) return;
     const std::vector<int> words = timeInNumbers(word >> 8);
-    const bool complete = std::all_of(words.begin(), words.end(), [&](int at) {
-        return !player.clips.numbers[static_cast<size_t>(at)].empty();
-    });
+    std::vector<const Clip*> spoken;
+    for (const int at : words)
+        spoken.push_back(hear(player.clips, player.clips.numbers[static_cast<size_t>(at)]));
+    const bool complete = std::find(spoken.begin(), spoken.end(), nullptr) == spoken.end();
     Clip sentence;
     joinClip(sentence, *clip, kTight, player.rate);
-    for (size_t i = 0; complete && i < words.size(); ++i)
-        joinClip(sentence, player.clips.numbers[static_cast<size_t>(words[i])],
+    for (size_t i = 0; complete && i < spoken.size(); ++i)
+        joinClip(sentence, *spoken[i],
                  i == 0                   ? kApart
                  : isPairSecond(words, i) ? kPair
                                           : kTight,
@@ -184,7 +188,7 @@ int32_t randomTip(VoicePlayer& player) {
     for (int line = 0; line < kCoachLines; ++line) {
         if (line == 19 || line == 110 || line == 111 || line == 119 || line == 131) continue;
         const Takes& takes = player.clips.coachLines[static_cast<size_t>(line)];
-        if (std::any_of(takes.begin(), takes.end(), [](const Clip& c) { return !c.empty(); }))
+        if (std::any_of(takes.begin(), takes.end(), [](const PackClip& c) { return !c.absent(); }))
             lines[count++] = line;
     }
     if (count == 0) return -1;

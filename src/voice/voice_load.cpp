@@ -1,51 +1,95 @@
 #include "base/log.h"
+#include "platform/file.h"
 #include "voice/voice_pack.h"
 
 namespace vt {
 namespace {
 
-constexpr size_t kMaxPackSamples = 128'000'000; // half a GB: no pack of speech is near
+constexpr size_t kMaxPackSamples = 128'000'000;     // half a GB: no pack of speech is near
+constexpr size_t kMaxPackBytes = size_t{256} << 20; // of files kept packed
+
+/// The file of a clip into memory, unread but for its first word. False leaves it to `readClip`,
+/// which tells why.
+bool keepPacked(PackClip& clip) {
+    const std::string opus = clip.file.substr(0, clip.file.size() - 4) + ".opus";
+    if (readFile(opus, clip.packed) && clip.packed.starts_with("OggS")) return true;
+    if (readFile(clip.file, clip.packed) && clip.packed.starts_with("RIFF")) return true;
+    clip.packed.clear();
+    return false;
+}
+
+/// From the bytes, or with them damaged from what else the pack has under that name.
+bool decode(PackClip& clip, RawClip& raw, std::string& reason) {
+    const std::string bytes = std::move(clip.packed);
+    clip.packed = {};
+    if (bytes.starts_with("OggS") && decodeOpus(bytes, raw, reason)) return true;
+    if (bytes.starts_with("RIFF") && decodeWav(bytes, raw, reason)) return true;
+    return readClip(clip.file, raw, reason);
+}
+
+/// `needed`: a missing file is told too.
+const Clip* unpack(VoiceClips& clips, PackClip& clip, bool needed) {
+    RawClip raw;
+    std::string reason;
+    if (!decode(clip, raw, reason)) {
+        if (!reason.empty()) {
+            logStatus("[voice] loadPack: FAILED %s\n", reason.c_str());
+        } else if (needed) {
+            logStatus("[voice] loadPack: FAILED %s\n", clip.file.c_str());
+        }
+        return nullptr;
+    }
+    if (!reason.empty()) logStatus("[voice] loadPack: passed over %s\n", reason.c_str());
+    Clip converted = convertClip(raw, clips.rate, clips.channels);
+    clips.samples += converted.samples.size();
+    if (clips.samples > kMaxPackSamples) {
+        logStatus("[voice] loadPack: too much sound, the rest is left out from %s on\n",
+                  clip.file.c_str());
+        clips.full = true;
+        return nullptr;
+    }
+    if (converted.empty())
+        logStatus("[voice] loadPack: FAILED %s: too long at %u Hz\n", clip.file.c_str(),
+                  clips.rate);
+    clip.clip = std::move(converted);
+    return clip.clip.empty() ? nullptr : &clip.clip;
+}
 
 struct Loader {
     std::string path; // of the pack, with a slash
-    uint32_t rate, channels;
+    VoiceClips& clips;
     const std::function<bool()>& stop;
     const std::function<void(float)>& progress;
     int files = 0, filesDone = 0;
-    size_t samples = 0;
-    bool stopped = false, full = false;
+    size_t packedBytes = 0;
+    bool stopped = false;
 
-    /// `needed`: a missing file is told too.
-    bool read(const std::string& name, Clip& out, bool needed = false) {
+    bool next(const std::string& name, PackClip& out) {
         out = {};
         stopped = stopped || (stop && stop());
-        if (stopped || full) return false;
+        if (stopped || clips.full) return false;
         if (progress && files) progress(static_cast<float>(filesDone) / static_cast<float>(files));
         filesDone++;
-        RawClip raw;
-        std::string reason;
-        const std::string file = path + name;
-        const bool good = readClip(file, raw, reason);
-        if (!good) {
-            if (!reason.empty()) {
-                logStatus("[voice] loadPack: FAILED %s\n", reason.c_str());
-            } else if (needed) {
-                logStatus("[voice] loadPack: FAILED %s\n", file.c_str());
-            }
-            return false;
-        }
-        if (!reason.empty()) logStatus("[voice] loadPack: passed over %s\n", reason.c_str());
-        out = convertClip(raw, rate, channels);
-        samples += out.samples.size();
-        if (samples > kMaxPackSamples) {
-            logStatus("[voice] loadPack: too much sound in \"%s\", the rest is left out\n",
-                      path.c_str());
-            full = true;
-            out = {};
-        } else if (out.empty()) {
-            logStatus("[voice] loadPack: FAILED %s: too long at %u Hz\n", file.c_str(), rate);
-        }
-        return !out.empty();
+        out.file = path + name;
+        return true;
+    }
+
+    /// A clip that is heard without any delay.
+    bool read(const std::string& name, PackClip& out, bool needed = false) {
+        return next(name, out) && unpack(clips, out, needed) != nullptr;
+    }
+
+    /// A clip that is decoded when it is first wanted.
+    bool keep(const std::string& name, PackClip& out) {
+        if (!next(name, out)) return false;
+        if (!keepPacked(out)) return unpack(clips, out, false) != nullptr;
+        packedBytes += out.packed.size();
+        if (packedBytes <= kMaxPackBytes) return true;
+        logStatus("[voice] loadPack: too much sound, the rest is left out from %s on\n",
+                  out.file.c_str());
+        clips.full = true;
+        out = {};
+        return false;
     }
 };
 
@@ -60,11 +104,13 @@ std::string numbered(std::string_view stem, int number) {
     return std::string(stem) + "_" + std::to_string(number) + ".wav";
 }
 
-int loadTakes(Loader& loader, const std::string& stem, std::array<Clip, kTakes>& takes) {
-    int loaded = 0;
+using Takes = std::array<PackClip, kTakes>;
+
+int keepTakes(Loader& loader, const std::string& stem, Takes& takes) {
+    int kept = 0;
     for (int take = 0; take < kTakes; take++)
-        loaded += loader.read(numbered(stem, take + 1), takes[static_cast<size_t>(take)]);
-    return loaded;
+        kept += loader.keep(numbered(stem, take + 1), takes[static_cast<size_t>(take)]);
+    return kept;
 }
 
 int loadPhrases(Loader& loader, const std::string& requested, const std::string& used,
@@ -88,7 +134,7 @@ int loadAlerts(Loader& loader, const std::string& used, VoiceClips& out) {
     for (size_t i = 0; i < kAlertNames.size(); i++) {
         if (kAlertNames[i].empty()) continue;
         const std::string name(kAlertNames[i]);
-        const int loaded = loadTakes(loader, "alerts/" + name, out.alerts[i]);
+        const int loaded = keepTakes(loader, "alerts/" + name, out.alerts[i]);
         cues += loaded > 0;
         clips += loaded;
         if (loaded == 0 && !loader.stopped)
@@ -104,20 +150,20 @@ int loadCoach(Loader& loader, const std::string& used, VoiceClips& out) {
     int lines = 0, clips = 0, places = 0, reminders = 0, numbers = 0, ordinals = 0;
     for (size_t i = 0; i < kCoachLineNames.size(); i++) {
         const int loaded =
-            loadTakes(loader, "coach/" + std::string(kCoachLineNames[i]), out.coachLines[i]);
+            keepTakes(loader, "coach/" + std::string(kCoachLineNames[i]), out.coachLines[i]);
         lines += loaded > 0;
         clips += loaded;
     }
     for (int place = 0; place < kPlaces; place++)
-        places += loader.read(place ? "coach/turn_" + numbered(std::to_string(place), 1)
+        places += loader.keep(place ? "coach/turn_" + numbered(std::to_string(place), 1)
                                     : "coach/here_1.wav",
                               out.places[static_cast<size_t>(place)]);
     for (size_t i = 0; i < kCoachLineNames.size(); i++)
-        reminders += loader.read("coach/rem_" + numbered(kCoachLineNames[i], 1), out.reminders[i]);
+        reminders += loader.keep("coach/rem_" + numbered(kCoachLineNames[i], 1), out.reminders[i]);
     for (size_t i = 0; i < kNumberNames.size(); i++)
-        numbers += loader.read("coach/" + numbered(kNumberNames[i], 1), out.numbers[i]);
+        numbers += loader.keep("coach/" + numbered(kNumberNames[i], 1), out.numbers[i]);
     for (int i = 0; i < kOrdinals; i++)
-        ordinals += loader.read("coach/ord_" + numbered(std::to_string(i + 1), 1),
+        ordinals += loader.keep("coach/ord_" + numbered(std::to_string(i + 1), 1),
                                 out.ordinals[static_cast<size_t>(i)]);
     logStatus("[voice] loadPack: coach, %d/%d lines (%d clips) + %d/%d places + %d reminders + %d "
               "number clips + %d ordinals loaded from \"%s\"\n",
@@ -128,10 +174,17 @@ int loadCoach(Loader& loader, const std::string& used, VoiceClips& out) {
 
 } // namespace
 
+const Clip* hear(VoiceClips& clips, PackClip& clip) {
+    if (!clip.clip.empty()) return &clip.clip;
+    return clip.packed.empty() || clips.full ? nullptr : unpack(clips, clip, false);
+}
+
 bool loadPack(const VoiceWanted& wanted, uint32_t deviceRate, uint32_t deviceChannels,
               VoiceClips& out, const std::function<bool()>& stop,
               const std::function<void(float)>& progress) {
     out = {};
+    out.rate = deviceRate;
+    out.channels = deviceChannels;
     std::string language = wanted.language, pack = wanted.pack;
     if (packPath(language, pack).empty()) {
         if (!pack.empty())
@@ -144,7 +197,7 @@ bool loadPack(const VoiceWanted& wanted, uint32_t deviceRate, uint32_t deviceCha
     }
     const std::string path = packPath(language, pack);
     if (path.empty()) return false;
-    Loader loader{path, deviceRate, deviceChannels, stop, progress};
+    Loader loader{path, out, stop, progress};
     loader.files = (wanted.phrases ? kPhrases * kTakes : 0) + (wanted.alerts ? 11 * kTakes : 0) +
                    (wanted.coach ? kCoachLines * (kTakes + 1) + kPlaces + kNumbers + kOrdinals : 0);
     int loaded = 0;

@@ -1,5 +1,6 @@
 // Packs are folders that users fill: what is found, what is refused, what the log says of it.
 #include "base/log.h"
+#include "voice/voice_choose.h"
 #include "voice/voice_pack.h"
 
 #include <gtest/gtest.h>
@@ -115,14 +116,17 @@ TEST_F(Packs, everySetLandsInItsPlaceAndUnwantedOnesStayEmpty) {
     EXPECT_EQ(
         lines("1/151 lines (1 clips) + 2/41 places + 1 reminders + 1 number clips + 1 ordinals"),
         1);
-    const Clip* landed[] = {&clips.phrases[0][0],      &clips.phrases[10][4], &clips.alerts[11][1],
-                            &clips.coachLines[110][3], &clips.places[0],      &clips.places[40],
-                            &clips.numbers[29],        &clips.reminders[0],   &clips.ordinals[39]};
-    for (size_t i = 0; i < std::size(landed); i++)
-        EXPECT_EQ(landed[i]->frames(), 100 + i) << names[i];
+    PackClip* landed[] = {&clips.phrases[0][0],      &clips.phrases[10][4], &clips.alerts[11][1],
+                          &clips.coachLines[110][3], &clips.places[0],      &clips.places[40],
+                          &clips.numbers[29],        &clips.reminders[0],   &clips.ordinals[39]};
+    for (size_t i = 0; i < std::size(landed); i++) {
+        const Clip* heard = hear(clips, *landed[i]);
+        ASSERT_TRUE(heard) << names[i];
+        EXPECT_EQ(heard->frames(), 100 + i) << names[i];
+    }
     ASSERT_TRUE(load({"de", "", true, false, false}, clips) == false) << "no pack at all";
     ASSERT_TRUE(load({"en", "Ann", false, true, false}, clips));
-    EXPECT_TRUE(clips.phrases[0][0].empty() && clips.coachLines[110][3].empty());
+    EXPECT_TRUE(clips.phrases[0][0].absent() && clips.coachLines[110][3].absent());
     int asked = 0;
     EXPECT_FALSE(loadPack(
         {"en", "Ann", true, true, true}, 48000, 2, clips, [&] { return ++asked > 3; }, nullptr));
@@ -142,13 +146,32 @@ TEST_F(Packs, hostileFilesCostOneLineEachAndTheOthersPlay) {
     clip("en/Ann/car_right_3.wav");
     VoiceClips clips;
     ASSERT_TRUE(load({"en", "Ann", true, false, false}, clips));
-    EXPECT_EQ(clips.phrases[0][0].frames(), 480u);
-    EXPECT_EQ(clips.phrases[1][2].frames(), 480u);
+    EXPECT_EQ(clips.phrases[0][0].clip.frames(), 480u);
+    EXPECT_EQ(clips.phrases[1][2].clip.frames(), 480u);
     for (const char* name : {"car_left_2.wav", "car_left_3.wav", "car_left_4.wav", "car_left_5.wav",
                              "car_right_2.opus", "car_right_3.opus"})
         EXPECT_EQ(lines(name), 1) << name;
     EXPECT_EQ(lines("FAILED"), 5 + 10) << "ten phrases have no first take";
     EXPECT_EQ(lines("passed over"), 1);
+}
+
+TEST_F(Packs, aLineThatTurnsOutToBeDamagedGivesWayToItsOtherTakes) {
+    clip("en/Ann/car_left.wav");
+    clip("en/Ann/coach/brake_later_1.wav", 700);
+    for (const char* name : {"brake_later_2.opus", "brake_later_3.opus"})
+        std::ofstream(root / "en/Ann/coach" / name) << "OggS no more";
+    std::ofstream(root / "en/Ann/coach/here_1.wav") << "RIFF";
+    VoicePlayer player;
+    ASSERT_TRUE(load({"en", "Ann", false, false, true}, player.clips));
+    resetPlayer(player, 48000);
+    for (int i = 0; i < 8; i++) {
+        player.current = nullptr;
+        chooseWhatPlays(player, {.tip = packTip(0, 0, false)});
+        ASSERT_TRUE(player.current);
+        EXPECT_EQ(player.current->frames(), 700u);
+        EXPECT_FALSE(player.second) << "the place cannot be said";
+    }
+    EXPECT_EQ(lines("FAILED"), 3) << log;
 }
 
 } // namespace
