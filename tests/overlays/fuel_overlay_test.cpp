@@ -82,6 +82,18 @@ TEST_F(FuelWindow, Pictures) {
             EXPECT_TRUE(shoot(s, "5apex" + std::to_string(layout)));
         }
     }
+    // Narrow and wide, with both strips.
+    config.fuel.showHeader = config.fuel.showFooter = true;
+    for (const float width : {0.6f, 0.8f, 1.7f})
+        for (int style = 0; style < 6; ++style) {
+            config.fuel.fuelStyle = style;
+            config.fuel.widthMul = width;
+            for (const int situation : {1, 3})
+                EXPECT_TRUE(shoot(kSituations[situation], "strips" + std::to_string(style) + "_" +
+                                                              std::to_string(width).substr(0, 3)));
+        }
+    config.fuel.widthMul = 1;
+    config.fuel.showHeader = config.fuel.showFooter = false;
     models.save.active = true;
     models.save.targetPerLap = 0.12f;
     models.save.lastLapValid = models.save.onTarget = true;

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <csignal>
 #include <filesystem>
 #include <limits>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vt {
@@ -341,6 +343,37 @@ TEST(CarTracks, AFileThatCannotBeReadIsKeptAside) {
     ASSERT_EQ(back.entries.size(), 1u);
     EXPECT_EQ(back.entries[0].fuelPerLap, 0);
     EXPECT_EQ(back.entries[0].avgLapTime, 0);
+    std::filesystem::remove_all(folder);
+}
+
+TEST(CarTracks, AKillInMidSaveLeavesTheOldFileOrTheNewOne) {
+    const std::string folder =
+        std::filesystem::temp_directory_path() / ("vt_kill_" + std::to_string(getpid()));
+    std::filesystem::create_directories(folder);
+    const std::string path = folder + "/car_track.json";
+    int kept = 0;
+    for (int round = 0; round < 25; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            CarTrackStore store;
+            for (int i = 0; i < 400; ++i)
+                findOrAddCarTrack(store, 1, "car " + std::to_string(i), "track")->fuelPerLap = 2;
+            for (;;) {
+                store.dirty = true;
+                if (!saveCarTrack(store, path)) _exit(1);
+            }
+        }
+        usleep(4'000 + 1'700 * (round % 7));
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "it could not save";
+        if (!std::filesystem::exists(path)) continue;
+        ++kept;
+        EXPECT_EQ(loadCarTrack(path).entries.size(), 400u);
+    }
+    EXPECT_GT(kept, 15);
+    EXPECT_FALSE(std::filesystem::exists(path + ".corrupt"));
     std::filesystem::remove_all(folder);
 }
 
