@@ -1,0 +1,89 @@
+#include "streaming/straight_alpha.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+
+namespace vt {
+
+namespace {
+
+/// Straight channel by [alpha][premultiplied channel].
+using Table = std::array<std::array<uint8_t, 256>, 256>;
+
+const Table& straightTable() {
+    static const std::unique_ptr<const Table> table = [] {
+        auto made = std::make_unique<Table>();
+        for (unsigned a = 1; a < 256; ++a)
+            for (unsigned c = 0; c < 256; ++c)
+                (*made)[a][c] = static_cast<uint8_t>(std::min(255u, (c * 255 + a / 2) / a));
+        return made;
+    }();
+    return *table;
+}
+
+// Pixels are handled as little-endian words: 0xAARRGGBB comes in, 0xAABBGGRR goes out.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+
+uint32_t load(const uint8_t* at) {
+    uint32_t word;
+    std::memcpy(&word, at, sizeof word);
+    return word;
+}
+
+uint32_t swapRedBlue(uint32_t pixel) {
+    return (pixel & 0xFF00FF00u) | (pixel >> 16 & 0xFFu) | (pixel & 0xFFu) << 16;
+}
+
+uint32_t straightPixel(const Table& table, uint32_t pixel) {
+    const auto& row = table[pixel >> 24];
+    return (pixel & 0xFF000000u) | static_cast<uint32_t>(row[pixel & 0xFF]) << 16 |
+           static_cast<uint32_t>(row[pixel >> 8 & 0xFF]) << 8 | row[pixel >> 16 & 0xFF];
+}
+
+constexpr int kBlock = 8; // pixels that are looked at together
+
+/// An overlay is mostly empty, opaque, or one tint: blocks of one kind need no table.
+void straightRow(const Table& table, const uint8_t* in, int width, uint8_t* out) {
+    int x = 0;
+    uint32_t block[kBlock];
+    for (; x + kBlock <= width; x += kBlock) {
+        std::memcpy(block, in + x * 4, sizeof block);
+        uint32_t all = block[0], any = block[0], differ = 0;
+        for (int i = 1; i < kBlock; ++i) {
+            all &= block[i];
+            any |= block[i];
+            differ |= block[i] ^ block[0];
+        }
+        if (any >> 24 == 0) {
+            std::memset(block, 0, sizeof block);
+        } else if (all >> 24 == 255) {
+            for (uint32_t& pixel : block)
+                pixel = swapRedBlue(pixel);
+        } else if (differ == 0) {
+            const uint32_t pixel = straightPixel(table, block[0]);
+            for (uint32_t& each : block)
+                each = pixel;
+        } else {
+            for (uint32_t& pixel : block)
+                pixel = straightPixel(table, pixel);
+        }
+        std::memcpy(out + x * 4, block, sizeof block);
+    }
+    for (; x < width; ++x) {
+        const uint32_t pixel = straightPixel(table, load(in + x * 4));
+        std::memcpy(out + x * 4, &pixel, sizeof pixel);
+    }
+}
+
+} // namespace
+
+void straightRgba(const uint8_t* bgra, int width, int height, int stride, uint8_t* out) {
+    const Table& table = straightTable(); // alpha 0's row stays zero, whatever the channels hold
+    for (int y = 0; y < height; ++y)
+        straightRow(table, bgra + static_cast<ptrdiff_t>(y) * stride, width,
+                    out + static_cast<size_t>(y) * static_cast<size_t>(width) * 4);
+}
+
+} // namespace vt
