@@ -10,6 +10,7 @@
 #include "app/recorder.h"
 #include "app/shoot.h"
 #include "app/sim_pump.h"
+#include "app/streaming.h"
 #include "base/hash.h"
 #include "base/log.h"
 #include "base/translate.h"
@@ -63,6 +64,7 @@ struct Driver {
     OverlayHost host{config, clock};
     std::vector<std::unique_ptr<OverlayWindow>> overlays;
     OverlayHotkeys hotkeys;
+    Streaming streaming{host};
     HostWindow panel;
     uint64_t nextPanelLookMs = 0;
 
@@ -275,6 +277,8 @@ void fillTick(Driver& d) {
     setTickStep(d.tick, "pit strategy", [&d](MainTick&, const SimFrame& frame) {
         planningTick(d.planning, d.config, frame, clockMs(d.clock));
     });
+    setTickStep(d.tick, "streaming",
+                [&d](MainTick&, const SimFrame&) { streamingTick(d.streaming); });
     setTickStep(d.tick, "save settings", [&d](MainTick&, const SimFrame&) { saveWhenDirty(d); });
 }
 
@@ -404,6 +408,7 @@ void stop(Driver& d) {
     unregisterPlanningKeys();
     setHotkeyHandler({});
     stopThreads(d);
+    BrowserSourceStop(d.streaming.browser);
     // The laps under way are learned, then kept.
     if (OverlayWindow* fuel = d.host.overlays.empty() ? nullptr : d.host.overlays[kSlotFuel])
         fuel->prepareFrame(nullptr);
@@ -439,6 +444,7 @@ void runLoop(Driver& d) {
     d.assistants.appDataDir = d.appDataDir;
     d.assistants.parent = d.panel.window;
     startAssistants(d.assistants);
+    startStreaming(d.streaming);
     startThreads(d);
     explainHeadless(d);
     logStatus("[app] ready after %d ms\n",
