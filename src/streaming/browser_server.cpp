@@ -166,7 +166,7 @@ public:
 
     void run() {
         parser_.header_limit(static_cast<uint32_t>(shared_.limits.headerBytes));
-        parser_.body_limit(boost::none); // never read
+        parser_.body_limit(UINT64_MAX); // never read
         stream_.expires_after(shared_.limits.headerTime);
         http::async_read_header(
             stream_, buffer_, parser_,
