@@ -31,7 +31,7 @@ BrowserLimits shortLimits() {
     limits.headerTime = std::chrono::milliseconds(200);
     limits.lingerTime = std::chrono::milliseconds(100);
     limits.idleTime = std::chrono::milliseconds(800);
-    limits.requestsAtOnce = 4;
+    limits.requestsAtOnce = 16;
     limits.viewersAtOnce = 6;
     return limits;
 }
