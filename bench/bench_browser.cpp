@@ -1,0 +1,227 @@
+// What overlays in a browser cost: conversion of pixels, a paint without a viewer, a capture.
+//
+// Two more modes help tools/check_browser:
+//   bench_browser --serve PORT KEY WIDTH HEIGHT HZ SECONDS
+//     serves slot "relative"; the first 8 pixels of each picture tell when it was painted
+//     (microseconds since 1970, a byte in the red of each, the lowest first).
+//   bench_browser --watch PORT KEY SECONDS SLOT:COUNT...
+//     as many viewers, which answer each message at once; prints how many pictures each got.
+#include "streaming/browser_source.h"
+#include "streaming/straight_alpha.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <random>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace vt;
+
+enum PictureKind { kOverlayLike, kNoise, kEmpty, kOpaque };
+
+std::vector<uint8_t> premultiplied(int width, int height, PictureKind kind) {
+    std::mt19937 random(1);
+    std::vector<uint8_t> bytes(static_cast<size_t>(width) * height * 4);
+    for (size_t i = 0; i < bytes.size(); i += 4) {
+        // As overlays are: mostly one tint, text and edges in between.
+        const bool detail = kind == kNoise || (kind == kOverlayLike && random() % 16 == 0);
+        const unsigned alpha = kind == kEmpty    ? 0
+                               : kind == kOpaque ? 255
+                               : detail          ? random() % 256
+                                                 : 146;
+        for (size_t c = 0; c < 3; ++c)
+            bytes[i + c] = static_cast<uint8_t>(detail ? random() % (alpha + 1) : alpha / 8);
+        bytes[i + 3] = static_cast<uint8_t>(alpha);
+    }
+    return bytes;
+}
+
+void convert(benchmark::State& state) {
+    const int width = static_cast<int>(state.range(1)), height = static_cast<int>(state.range(2));
+    const auto in = premultiplied(width, height, static_cast<PictureKind>(state.range(0)));
+    std::vector<uint8_t> out(in.size());
+    for (auto _ : state) {
+        straightRgba(in.data(), width, height, width * 4, out.data());
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(in.size()));
+}
+BENCHMARK(convert)
+    ->ArgNames({"kind", "w", "h"})
+    ->Args({kOverlayLike, 400, 480})
+    ->Args({kNoise, 400, 480})
+    ->Args({kEmpty, 400, 480})
+    ->Args({kOpaque, 400, 480})
+    ->Args({kNoise, 1280, 720});
+
+void paintWithoutViewer(benchmark::State& state) {
+    BrowserSource source;
+    const BitmapRef picture = createBitmap(400, 480);
+    for (auto _ : state) {
+        BrowserSourceCapture(source, kSlotRelative, *picture);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(paintWithoutViewer);
+
+void paintWithViewer(benchmark::State& state) {
+    FrameHub hub;
+    hub.running = true;
+    hubSubscribe(hub, kSlotRelative, true, [](StreamMessage) {});
+    const BitmapRef picture = createBitmap(400, 480);
+    for (auto _ : state)
+        hubCapture(hub, kSlotRelative, bitmapPixels(*picture));
+}
+BENCHMARK(paintWithViewer);
+
+// ---- a server whose pictures tell their time ----
+
+int serve(int port, const char* key, int width, int height, int hz, int seconds) {
+    using namespace std::chrono;
+    FrameHub hub;
+    BrowserServer server(hub);
+    if (server.start(port, false, key, {kSlotRelative}) != ListenResult::listening) return 1;
+    hub.running = true;
+    std::thread sender([&hub] { hubSend(hub); });
+    auto bytes = premultiplied(width, height, kOverlayLike);
+    const auto begin = steady_clock::now();
+    for (int64_t frame = 0; frame < static_cast<int64_t>(hz) * seconds; ++frame) {
+        std::this_thread::sleep_until(begin + frame * microseconds(1'000'000 / hz));
+        const int64_t now =
+            duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+        for (size_t i = 0; i < 8; ++i) {
+            bytes[i * 4 + 2] = static_cast<uint8_t>(now >> (8 * i));
+            bytes[i * 4 + 3] = 255;
+        }
+        hubCapture(hub, kSlotRelative, {bytes.data(), width, height, width * 4});
+    }
+    hub.running = false;
+    hub.wake.wake();
+    sender.join();
+    return 0;
+}
+
+// ---- viewers ----
+
+struct Viewer {
+    int fd = -1;
+    std::string slot;
+    std::string head;  // bytes of a frame's head as they come
+    uint64_t left = 0; // of the message's payload
+    bool pixels = false, upgraded = false;
+    int pictures = 0;
+    uint64_t bytes = 0;
+};
+
+bool open(Viewer& viewer, int port, const std::string& key) {
+    viewer.fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int one = 1;
+    setsockopt(viewer.fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connect(viewer.fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        return false;
+    const std::string request = "GET /ws?slot=" + viewer.slot + "&key=" + key +
+                                "&v=2 HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: Upgrade\r\n"
+                                "Upgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
+                                "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
+    return send(viewer.fd, request.data(), request.size(), MSG_NOSIGNAL) > 0;
+}
+
+/// Bytes that the head still wants before it tells the payload's length.
+size_t headWants(const Viewer& viewer) {
+    if (!viewer.upgraded) return 1;
+    if (viewer.head.size() < 2) return 2 - viewer.head.size();
+    const int length = viewer.head[1] & 0x7F;
+    return (length == 127 ? 10u : length == 126 ? 4u : 2u) - viewer.head.size();
+}
+
+void headDone(Viewer& viewer) {
+    const auto byte = [&](size_t i) { return static_cast<uint64_t>(viewer.head[i] & 0xFF); };
+    viewer.left = byte(1) & 0x7F;
+    if (viewer.left >= 126) {
+        viewer.left = 0;
+        for (size_t i = 2; i < viewer.head.size(); ++i)
+            viewer.left = viewer.left << 8 | byte(i);
+    }
+    viewer.pixels = (byte(0) & 0x0F) == 2;
+    viewer.head.clear();
+}
+
+/// False when the server has gone.
+bool readSome(Viewer& viewer) {
+    static std::vector<char> sink(1 << 20);
+    const size_t wants =
+        viewer.left ? std::min<size_t>(viewer.left, sink.size()) : headWants(viewer);
+    const ssize_t n = recv(viewer.fd, sink.data(), wants, MSG_DONTWAIT);
+    if (n <= 0) return n < 0 && errno == EAGAIN;
+    viewer.bytes += static_cast<uint64_t>(n);
+    if (viewer.left) {
+        viewer.left -= static_cast<uint64_t>(n);
+        if (viewer.left) return true;
+        viewer.pictures += viewer.pixels;
+        static const char answer[] = "\x81\x81\0\0\0\0k";
+        return send(viewer.fd, answer, 7, MSG_NOSIGNAL) == 7;
+    }
+    viewer.head.append(sink.data(), static_cast<size_t>(n));
+    if (!viewer.upgraded && viewer.head.ends_with("\r\n\r\n")) {
+        viewer.upgraded = true;
+        viewer.head.clear();
+    } else if (viewer.upgraded && headWants(viewer) == 0) {
+        headDone(viewer);
+    }
+    return true;
+}
+
+int watch(int port, const char* key, int seconds, const std::vector<std::string>& wanted) {
+    std::vector<Viewer> viewers;
+    for (const std::string& word : wanted) {
+        const size_t colon = word.find(':');
+        for (int i = std::atoi(word.c_str() + colon + 1); i > 0; --i) {
+            viewers.emplace_back().slot = word.substr(0, colon);
+            if (!open(viewers.back(), port, key)) return 1;
+        }
+    }
+    std::vector<pollfd> ready;
+    for (const Viewer& viewer : viewers)
+        ready.push_back({viewer.fd, POLLIN, 0});
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+    while (std::chrono::steady_clock::now() < end) {
+        poll(ready.data(), ready.size(), 100);
+        for (size_t i = 0; i < viewers.size(); ++i)
+            if (ready[i].revents && !readSome(viewers[i])) ready[i].fd = -1;
+    }
+    for (const Viewer& viewer : viewers)
+        std::printf("%s %d %.1f\n", viewer.slot.c_str(), viewer.pictures,
+                    static_cast<double>(viewer.bytes) / 1e6);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    const auto number = [&](size_t i) { return std::atoi(words[i].c_str()); };
+    if (words.size() == 7 && words[0] == "--serve")
+        return serve(number(1), argv[3], number(3), number(4), number(5), number(6));
+    if (words.size() > 4 && words[0] == "--watch")
+        return watch(number(1), argv[3], number(3), {words.begin() + 4, words.end()});
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
