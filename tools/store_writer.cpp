@@ -23,6 +23,6 @@ int main(int argc, char** argv) {
         std::printf("%s\n", outcome.date.c_str());
         std::fflush(stdout);
         if (second % 5 == 4) store.sweepOrphans(vt::kSimIRacing);
-        if (second % 11 == 10) store.cullHistory(1000);
+        if (second % 11 == 10) store.cullHistory(100000);
     }
 }
