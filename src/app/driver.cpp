@@ -279,6 +279,8 @@ void fillTick(Driver& d) {
     });
     setTickStep(d.tick, "streaming",
                 [&d](MainTick&, const SimFrame&) { streamingTick(d.streaming); });
+    setTickStep(d.tick, "outputs",
+                [&d](MainTick&, const SimFrame&) { d.streaming.mirrors.Tick(); });
     setTickStep(d.tick, "save settings", [&d](MainTick&, const SimFrame&) { saveWhenDirty(d); });
 }
 
@@ -408,7 +410,7 @@ void stop(Driver& d) {
     unregisterPlanningKeys();
     setHotkeyHandler({});
     stopThreads(d);
-    BrowserSourceStop(d.streaming.browser);
+    stopStreaming(d.streaming);
     // The laps under way are learned, then kept.
     if (OverlayWindow* fuel = d.host.overlays.empty() ? nullptr : d.host.overlays[kSlotFuel])
         fuel->prepareFrame(nullptr);

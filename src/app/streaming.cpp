@@ -22,6 +22,19 @@ void startStreaming(Streaming& streaming) {
         [&streaming](OverlayWindow& overlay) { captureFor(streaming, overlay); });
     // Nobody is asked at the start of the program, which may be that of the PC.
     if (BrowserSourceStart(streaming.browser, streaming.host.config, false)) saveKey(streaming);
+    addDeviceClient({"mirrors", &streaming.mirrors,
+                     [](void* mirrors) { static_cast<StreamMirror*>(mirrors)->ReleaseSurfaces(); },
+                     [](void* mirrors) {
+                         static_cast<StreamMirror*>(mirrors)->RemakeSurfaces();
+                         return true;
+                     }});
+    streaming.mirrors.OpenSaved();
+}
+
+void stopStreaming(Streaming& streaming) {
+    BrowserSourceStop(streaming.browser);
+    streaming.mirrors.CloseAll(false);
+    removeDeviceClient(&streaming.mirrors);
 }
 
 void streamingTick(Streaming& streaming) {

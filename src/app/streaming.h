@@ -3,6 +3,7 @@
 #pragma once
 #include "overlay/window/overlay_window.h"
 #include "streaming/browser_source.h"
+#include "streaming/stream_mirror.h"
 
 namespace vt {
 
@@ -15,10 +16,14 @@ struct Streaming {
 
     OverlayHost& host;
     BrowserSource browser;
+    StreamMirror mirrors{host};
 };
 
-/// Enters the captures with the host and serves what the settings ask for.
+/// Enters the captures with the host, serves what the settings ask for, and opens the mirrors that
+/// were open.
 void startStreaming(Streaming& streaming);
+/// Before the overlays go.
+void stopStreaming(Streaming& streaming);
 /// Follows changed settings, and gives the first viewer of an overlay the picture that stands.
 void streamingTick(Streaming& streaming);
 
