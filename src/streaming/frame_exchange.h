@@ -21,6 +21,7 @@ struct FrameExchange {
     /// Set by the capture while it may touch the buffers. Whoever frees them first makes sure that
     /// no capture can begin (nobody is subscribed, or the server is stopping), then waits for this.
     std::atomic<bool> captureBusy{false};
+    std::atomic<bool> holdsMemory{false}; // set by the capture, cleared by whoever frees
 };
 
 /// The picture that came since the last call; null when none did, or it is empty. Sender only.
@@ -35,6 +36,7 @@ inline const FramePixels* takeNewFrame(FrameExchange& exchange) {
 inline void freeFrames(FrameExchange& exchange) {
     for (FramePixels& frame : exchange.frames.frames)
         frame = FramePixels();
+    exchange.holdsMemory.store(false);
 }
 
 } // namespace vt

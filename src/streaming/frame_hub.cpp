@@ -3,7 +3,6 @@
 #include "platform/thread_name.h"
 #include "streaming/straight_alpha.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <thread>
@@ -100,12 +99,6 @@ void forget(SlotEncoded& encoded) {
     encoded.width = encoded.height = 0; // the counter goes on: no viewer may meet it again
 }
 
-bool holdsMemory(const FrameExchange& exchange, const SlotEncoded& encoded) {
-    return encoded.bytes ||
-           std::any_of(std::begin(exchange.frames.frames), std::end(exchange.frames.frames),
-                       [](const FramePixels& f) { return f.width > 0; });
-}
-
 } // namespace
 
 FrameHub::FrameHub() = default;
@@ -119,6 +112,7 @@ bool hubCapture(FrameHub& hub, int slot, const PixelView& picture) {
     const bool wanted =
         hub.running.load() && hub.subscriberCount[static_cast<size_t>(slot)].load() > 0;
     if (wanted) {
+        exchange.holdsMemory.store(true);
         FramePixels& out = exchange.frames.writable();
         const size_t row = static_cast<size_t>(picture.width) * 4;
         out.bytes.resize(row * static_cast<size_t>(picture.height));
@@ -199,11 +193,10 @@ int hubRound(FrameHub& hub) {
             const std::lock_guard lock(hub.clientsMutex);
             for (StreamClient& client : hub.clients)
                 if (client.slot == static_cast<int>(slot)) sent |= sendTo(client, encoded);
-        } else {
+        } else if (exchange.holdsMemory.load()) {
             // Under the lock nobody can subscribe, so no capture can begin.
             const std::lock_guard lock(hub.clientsMutex);
             if (hub.subscriberCount[slot].load() > 0 || exchange.captureBusy.load()) continue;
-            if (!holdsMemory(exchange, encoded)) continue;
             freeFrames(exchange);
             forget(encoded);
         }
