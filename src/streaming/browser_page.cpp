@@ -78,11 +78,11 @@ p { color: #a4a6ad; max-width: 70ch; }
 ul { list-style: none; padding: 0; display: grid; gap: 16px;
      grid-template-columns: repeat(auto-fill, minmax(320px, 1fr)); }
 li { background: #212228; border-radius: 10px; overflow: hidden; }
-iframe { width: 200%; height: 400px; border: 0; transform: scale(.5); transform-origin: 0 0;
-         pointer-events: none; }
+iframe { border: 0; transform-origin: 0 0; pointer-events: none; }
 .view { height: 200px; overflow: hidden;
         background: repeating-conic-gradient(#2b2c33 0 25%, #25262c 0 50%) 0 0 / 24px 24px; }
 .bar { display: flex; align-items: center; justify-content: space-between; padding: 10px 14px; }
+small { color: #a4a6ad; margin-left: 8px; }
 button { font: inherit; color: inherit; background: #34363f; border: 0; border-radius: 6px;
          padding: 6px 12px; cursor: pointer; }
 </style>
@@ -104,6 +104,18 @@ function copy(text) {
   field.remove();
   return done;
 }
+// A streaming program is told the size that it must give the page: shown beside the name.
+function fit(item) {
+  const frame = item.querySelector("iframe"), view = item.querySelector(".view");
+  const canvas = frame.contentDocument && frame.contentDocument.getElementById("picture");
+  if (!canvas || canvas.width < 2) return;
+  const scale = Math.min(1, view.clientWidth / canvas.width, view.clientHeight / canvas.height);
+  frame.style.width = canvas.width + "px";
+  frame.style.height = canvas.height + "px";
+  frame.style.transform = "scale(" + scale + ")";
+  item.querySelector("small").textContent = canvas.width + " x " + canvas.height;
+}
+setInterval(() => document.querySelectorAll("li").forEach(fit), 500);
 for (const button of document.querySelectorAll("button")) {
   button.onclick = () => {
     const said = button.textContent;
@@ -119,7 +131,7 @@ for (const button of document.querySelectorAll("button")) {
 
 constexpr const char* kIndexRow =
     R"html(<li><div class="view"><iframe loading="lazy" tabindex="-1" title="__NAME__" src="__PATH__"></iframe></div>
-<div class="bar"><span>__NAME__</span><button data-path="__PATH__">__COPY__</button></div></li>
+<div class="bar"><span>__NAME__<small></small></span><button data-path="__PATH__">__COPY__</button></div></li>
 )html";
 
 std::string replaced(std::string text, std::string_view what, std::string_view with) {
@@ -171,7 +183,8 @@ std::string overlayIndexPage(const std::vector<int>& slots, std::string_view acc
     page = replaced(std::move(page), "__COPY__", htmlText(Translate("Copy browser URL")));
     page = replaced(std::move(page), "__COPIED__", htmlText(Translate("Copied")));
     return replaced(std::move(page), "__HELP__",
-                    htmlText(Translate("Paste this into a Browser source in OBS. It carries "
+                    htmlText(Translate("Copy an overlay's address and paste it into a Browser "
+                                       "source in OBS, with the size beside its name. It carries "
                                        "transparency, so no Luma Key filter is needed.")));
 }
 
