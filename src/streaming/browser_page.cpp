@@ -82,9 +82,9 @@ iframe { border: 0; transform-origin: 0 0; pointer-events: none; }
 .view { height: 200px; overflow: hidden;
         background: repeating-conic-gradient(#2b2c33 0 25%, #25262c 0 50%) 0 0 / 24px 24px; }
 .bar { display: flex; align-items: center; justify-content: space-between; padding: 10px 14px; }
-small { color: #a4a6ad; margin-left: 8px; }
+small { display: block; color: #a4a6ad; }
 button { font: inherit; color: inherit; background: #34363f; border: 0; border-radius: 6px;
-         padding: 6px 12px; cursor: pointer; }
+         padding: 6px 12px; white-space: nowrap; cursor: pointer; }
 </style>
 </head>
 <body>
