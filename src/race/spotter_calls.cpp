@@ -110,7 +110,6 @@ int phraseOf(int from, int to) {
     case kSpotterBoth:
         return kSayThreeWide;
     // With two cars to the right one's own is the left one of three.
-    // of.
     case kSpotterTwoRight:
         return kSayThreeWideLeft;
     case kSpotterTwoLeft:

@@ -1,6 +1,7 @@
 // Callouts and what the display shows, on scripted frames and against a race of the driver model.
 #include "driver_model/driver_model.h"
 #include "race/spotter_model.h"
+#include "telemetry/sim_capabilities.h"
 #include "telemetry/sim_registry.h"
 
 #include <gtest/gtest.h>
@@ -140,6 +141,13 @@ TEST(SpotterCallouts, KnowsWhenToBeQuiet) {
         c.set(scene);
         scene.pass(2000);
         EXPECT_EQ(scene.take(), Said{}) << c.what;
+    }
+    for (int sim = 0; sim < kSimCount; ++sim) {
+        Scene scene(static_cast<SimKind>(sim));
+        scene.add(0, 3);
+        scene.frame.carLeftRight = 3;
+        scene.pass(200);
+        EXPECT_EQ(scene.take().empty(), !simOffers(sim, kOffersCarPlaces)) << simShortName(sim);
     }
     // After the start it speaks, and a session clock that goes back is another start.
     Scene scene;

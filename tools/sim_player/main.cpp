@@ -69,6 +69,8 @@ constexpr const char* kUsage =
     "  --rain X        0 to 1 (0)\n"
     "  --skip S        begin S seconds into the session\n"
     "  --truth FILE    write what the player's car really did there at the end (JSON)\n"
+    "  --alongside FILE\n"
+    "                  two other cars come alongside by a script of 40 s; write where they were\n"
     "  --fault KIND,CAR,LAP,PLACE,AMOUNT; may be given again:\n"
     "                  late-brake (corner, metres), spin (corner, 0), stall (lap fraction, s),\n"
     "                  off (lap fraction, s), slow (lap fraction, seconds lost)\n"
@@ -187,6 +189,7 @@ bool parseMoment(const char* value, int64_t& out) {
 
 bool parseFileOption(Options& out, std::string_view word, const char* value) {
     if (word == "--truth") return !(out.truth = value).empty();
+    if (word == "--alongside") return !(out.alongside = value).empty();
     if (word == "--out") return !(out.out = value).empty();
     if (word == "--count") return parseWithin(value, out.count, 1, 100000);
     if (word == "--end") return parseMoment(value, out.end);

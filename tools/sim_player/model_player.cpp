@@ -1,3 +1,4 @@
+#include "alongside.h"
 #include "player.h"
 #include "truth.h"
 
@@ -41,8 +42,13 @@ int playModel(const Options& options, const char* simName,
               const std::function<bool(const model::Race&)>& publish) {
     model::Circuit circuit;
     if (!findCircuit(options.circuit, circuit)) return 1;
-    model::Race race = model::startRace(options.model, circuit);
+    model::Settings settings = options.model;
+    const bool scripted = !options.alongside.empty();
+    if (scripted) settings.cars = std::max(settings.cars, 1 + kAlongsideCars);
+    model::Race race = model::startRace(settings, circuit);
     model::stepRace(race, options.skip);
+    Alongside alongside;
+    if (scripted && !alongside.begin(race, options.alongside)) return 1;
     std::printf("%s: %zu car%s on \"%s\", %.0f m, %.4g samples a second; Ctrl+C ends it\n", simName,
                 race.cars.size(), race.cars.size() == 1 ? "" : "s", circuit.name.c_str(),
                 circuit.length, options.hz);
@@ -56,7 +62,8 @@ int playModel(const Options& options, const char* simName,
             stepNoting(race, dt, truth);
         else
             model::stepRace(race, dt);
-        return publish(race);
+        if (!scripted) return publish(race);
+        return publish(alongside.show(race, static_cast<double>(n) * options.speed / options.hz));
     });
     return told && !truth.write(options.truth, simName) ? 1 : 0;
 }

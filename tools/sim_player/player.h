@@ -27,8 +27,9 @@ struct Options {
     // The driver model
     std::string circuit = "club"; // a built-in one, or a CSV file
     model::Settings model;
-    double skip = 0;   // s of the race that pass before the first sample
-    std::string truth; // a file for what the player's car really did; empty = none
+    double skip = 0;       // s of the race that pass before the first sample
+    std::string truth;     // a file for what the player's car really did; empty = none
+    std::string alongside; // a file for who was beside it in a script of cars; empty = no script
 
     // Telemetry files
     std::string out;                      // a file, or a folder for more than one
