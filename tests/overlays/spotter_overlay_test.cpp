@@ -55,22 +55,50 @@ protected:
     }
 };
 
+struct Neighbour {
+    float along, across; // m
+    int number;
+    bool inPits = false;
+};
+struct Scene {
+    const char* name;
+    std::vector<Neighbour> cars;
+    int simsWord = 0; // of the one sim that tells sides in a word and no places across
+};
+
 TEST_F(SpotterWindow, Pictures) {
-    shoot("alone");
-    add(-1.5f, -2.6f, 44);
-    shoot("left");
-    add(2.5f, 2.8f, 7);
-    shoot("both");
-    add(9, -1.5f, 23);
-    add(-12, 1, 111);
-    add(14, 4, 5);
-    add(-6.8f, 2.2f, 31);
-    shoot("crowd");
-    frame.simKind = kSimIRacing;
-    frame.carLeftRight = 2;
-    for (CarRow& row : frame.cars)
-        row.pathLateral = 0;
-    shoot("sims_word");
+    const Scene scenes[] = {
+        {"alone", {}},
+        {"left", {{-1.5f, -2.6f, 44}}},
+        {"right", {{2, 2.7f, 7}}},
+        {"both", {{-1.5f, -2.6f, 44}, {2.5f, 2.8f, 7}}},
+        {"three_wide_left", {{0.5f, 2.5f, 7}, {-1, 5.2f, 118}}},
+        {"three_wide_right", {{0.5f, -2.5f, 7}, {-1, -5.2f, 118}}},
+        {"corner", {{3.9f, -1.7f, 44}, {-6.5f, 1.4f, 9}}},
+        {"pits", {{6, -0.2f, 3, true}, {0, 3.5f, 8, true}, {2, -9, 51}}},
+        {"start",
+         {{8, 0.2f, 1},
+          {4, -3.8f, 2},
+          {-4, -3.9f, 4},
+          {-8, 0, 5},
+          {12, -4, 21},
+          {-12, -3.6f, 6},
+          {16, 0.3f, 77},
+          {-16, 0.1f, 100}}},
+        {"sims_left", {{1, 0, 44}, {-3.2f, 0, 7}, {9, 0, 23}}, 2},
+        {"sims_two_left", {{1, 0, 44}, {-2, 0, 7}, {-11, 0, 111}}, 5},
+    };
+    for (const Scene& scene : scenes) {
+        frame.cars.resize(1);
+        frame.simKind = scene.simsWord != 0 ? kSimIRacing : kSimLmu;
+        frame.carLeftRight = scene.simsWord;
+        for (const Neighbour& car : scene.cars)
+            add(car.along, car.across, car.number).onPitRoad = car.inPits;
+        if (scene.simsWord != 0)
+            for (CarRow& row : frame.cars)
+                row.pathLateral = 0;
+        shoot(scene.name);
+    }
 }
 
 TEST_F(SpotterWindow, NobodyAroundIsOneHashAndNoPicture) {

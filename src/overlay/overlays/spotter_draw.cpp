@@ -2,8 +2,10 @@
 #include "overlay/overlays/spotter_overlay.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 
 namespace vt {
 
@@ -38,9 +40,12 @@ void drawMark(ListPainter& p, RectF bar, const SpotterMark& mark, float alpha, u
     const float shown = alpha * (mark.strength >= 0.66f ? pulse(nowMs, 900, 0.6f) : 1);
     if (mark.ambiguous)
         p.canvas.strokeRoundedRect(box, radius, p.ink(fade(colour, 0.8f * shown)), 2);
-    else
+    else {
         p.canvas.fillRoundedRect(box, radius,
                                  p.ink(fade(colour, shown * (0.45f + 0.55f * mark.strength))));
+        // Two cars level with each other stay two.
+        p.canvas.strokeRoundedRect(box, radius, p.ink(fade(kPanel, 0.9f * alpha)), 1.5f);
+    }
 }
 
 void drawBar(ListPainter& p, RectF bar, const SpotterSide& side, const SpotterMarks& marks,
@@ -52,7 +57,8 @@ void drawBar(ListPainter& p, RectF bar, const SpotterSide& side, const SpotterMa
         p.canvas.fillRoundedRect(bar, radius,
                                  p.ink(fade(mixed(kNear, kBeside, side.strength),
                                             (0.16f + 0.2f * side.strength) * alpha)));
-    for (int i = 0; i < marks.count; ++i)
+    // The sides' marks come nearest first: that one lies on top.
+    for (int i = marks.count - 1; i >= 0; --i)
         drawMark(p, bar, marks.marks[static_cast<size_t>(i)], alpha, nowMs);
     if (side.approaching) {
         const float shown = alpha * pulse(nowMs, 700, 0.3f);
@@ -81,52 +87,114 @@ struct Plane {
     float width = 1;  // px that the plane is wide to each side
 };
 
-void drawCar(ListPainter& p, const Plane& plane, PointF at, Color colour, float alpha,
-             bool hollow) {
+RectF carBox(const Plane& plane, PointF at) {
     const float half = std::max(kCarWidth * plane.pixels / 2, 4.0f);
     const float length = std::max(kCarLength * plane.pixels / 2, 8.0f);
-    const RectF box{at.x - half, at.y - length, at.x + half, at.y + length};
-    const float radius = std::min(half * 0.6f, 5.0f);
+    return {at.x - half, at.y - length, at.x + half, at.y + length};
+}
+
+void drawCar(ListPainter& p, RectF box, Color colour, float alpha, bool hollow) {
+    const float radius = std::min(box.width() * 0.3f, 5.0f);
     if (hollow)
         p.canvas.strokeRoundedRect(box, radius, p.ink(fade(colour, alpha)), 1.6f);
     else
         p.canvas.fillRoundedRect(box, radius, p.ink(fade(colour, alpha)));
 }
 
-void drawBlip(ListPainter& p, const Plane& plane, const RadarBlip& blip, bool lateralKnown,
-              bool numbers, float alpha, uint64_t nowMs) {
-    const float across = lateralKnown ? blip.lateral : static_cast<float>(blip.side) * kSideWay;
+/// Where the blips stand. Of cars whose side alone is known, each further one stands further out.
+struct BlipBoxes {
+    std::array<RectF, 64> boxes{};
+    int count = 0;
+    RectF own{};
+};
+
+BlipBoxes placeBlips(const Plane& plane, const SpotterRadar& radar) {
+    BlipBoxes out;
+    out.count = radar.count;
+    out.own = carBox(plane, plane.middle);
     const float limit = plane.width - kCarWidth * plane.pixels / 2 - 2;
-    const PointF at{plane.middle.x + std::clamp(across * plane.pixels, -limit, limit),
-                    plane.middle.y - blip.longitudinal * plane.pixels};
+    float lanes[2] = {0, 0};
+    for (int i = 0; i < radar.count; ++i) {
+        const RadarBlip& blip = radar.blips[static_cast<size_t>(i)];
+        float across = blip.lateral;
+        if (!radar.lateralKnown)
+            across = blip.side == 0 ? 0
+                                    : static_cast<float>(blip.side) * kSideWay *
+                                          ++lanes[blip.side < 0 ? 0 : 1];
+        const PointF at{plane.middle.x + std::clamp(across * plane.pixels, -limit, limit),
+                        plane.middle.y - blip.longitudinal * plane.pixels};
+        out.boxes[static_cast<size_t>(i)] = carBox(plane, at);
+    }
+    return out;
+}
+
+bool overlap(RectF a, RectF b) {
+    return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
+}
+
+bool covered(RectF area, const BlipBoxes& blips, int but) {
+    if (overlap(area, blips.own)) return true;
+    for (int i = 0; i < blips.count; ++i)
+        if (i != but && overlap(area, blips.boxes[static_cast<size_t>(i)])) return true;
+    return false;
+}
+
+void drawBlip(ListPainter& p, RectF box, const RadarBlip& blip, bool unsure, float alpha,
+              uint64_t nowMs) {
     const bool pulses = blipPulses(blip);
     const float closeness = std::clamp((12 - std::abs(blip.longitudinal)) / 9, 0.0f, 1.0f);
     const Color colour = blip.alongside ? kBeside : mixed(kFar, kNear, closeness);
-    const bool unsure = !lateralKnown && blip.side == 0;
-    const float shown = alpha * (pulses ? pulse(nowMs, 1100, 0.55f) : 0.95f);
-    drawCar(p, plane, at, colour, shown, unsure);
-    if (!numbers || blip.carNumberValue < 0) return;
+    drawCar(p, box, colour, alpha * (pulses ? pulse(nowMs, 1100, 0.55f) : 0.95f), unsure);
+}
+
+/// Beside the blip on its outer side, or wherever else no car stands.
+void drawNumber(ListPainter& p, const Plane& plane, const BlipBoxes& blips, int at, int number,
+                float alpha) {
+    const RectF box = blips.boxes[static_cast<size_t>(at)];
     char text[16];
-    std::snprintf(text, sizeof text, "%d", blip.carNumberValue);
-    // Beside the blip, on its outer side while there is room.
-    const float size = std::clamp(plane.pixels * 1.9f, 9.0f, 14.0f), wide = size * 2;
-    const float half = std::max(kCarWidth * plane.pixels / 2, 4.0f) + 3;
-    const bool left = at.x < plane.middle.x && at.x - half - wide > plane.middle.x - plane.width;
-    const float from = left ? at.x - half - wide : at.x + half;
-    p.text({from, at.y - size, from + wide, at.y + size}, text, {Face::mono, size, 700},
-           fade(kOwn, 0.85f * alpha), left ? TextAlign::trailing : TextAlign::leading);
+    std::snprintf(text, sizeof text, "%d", number);
+    const float size = std::clamp(plane.pixels * 1.9f, 9.0f, 14.0f);
+    const float wide = size * 0.62f * static_cast<float>(std::strlen(text)) + 1;
+    const float x = (box.left + box.right) / 2, y = (box.top + box.bottom) / 2;
+    const float half = size * 0.6f;
+    const RectF left{box.left - 3 - wide, y - half, box.left - 3, y + half};
+    const RectF right{box.right + 3, y - half, box.right + 3 + wide, y + half};
+    const RectF above{x - wide / 2, box.top - 1 - 2 * half, x + wide / 2, box.top - 1};
+    const RectF below{x - wide / 2, box.bottom + 1, x + wide / 2, box.bottom + 1 + 2 * half};
+    const bool outerLeft = x < plane.middle.x;
+    const bool ahead = y < plane.middle.y;
+    const RectF places[] = {outerLeft ? left : right, ahead ? above : below, ahead ? below : above,
+                            outerLeft ? right : left};
+    RectF chosen = places[0];
+    for (const RectF& place : places) {
+        if (place.left < plane.middle.x - plane.width || place.right > plane.middle.x + plane.width)
+            continue;
+        if (covered(place, blips, at)) continue;
+        chosen = place;
+        break;
+    }
+    // More room than the digits take: a line of text is higher than they are.
+    p.text({chosen.left - 2, chosen.top - half, chosen.right + 2, chosen.bottom + half}, text,
+           {Face::mono, size, 700}, fade(kOwn, 0.85f * alpha), TextAlign::center);
 }
 
 void drawBlips(ListPainter& p, const Plane& plane, const SpotterRadar& radar, bool numbers,
                float alpha, uint64_t nowMs) {
+    const BlipBoxes blips = placeBlips(plane, radar);
+    // Below the others: a car of which no side is known stands on the same line.
+    drawCar(p, blips.own, kOwn, alpha, false);
     // The nearest last: it lies on top.
     for (int pass = 0; pass < 2; ++pass)
         for (int i = 0; i < radar.count; ++i) {
             const RadarBlip& blip = radar.blips[static_cast<size_t>(i)];
             if (blipPulses(blip) == (pass == 1))
-                drawBlip(p, plane, blip, radar.lateralKnown, numbers, alpha, nowMs);
+                drawBlip(p, blips.boxes[static_cast<size_t>(i)], blip,
+                         !radar.lateralKnown && blip.side == 0, alpha, nowMs);
         }
-    drawCar(p, plane, plane.middle, kOwn, alpha, false);
+    for (int i = 0; numbers && i < radar.count; ++i) {
+        const int number = radar.blips[static_cast<size_t>(i)].carNumberValue;
+        if (number >= 0) drawNumber(p, plane, blips, i, number, alpha);
+    }
 }
 
 } // namespace
@@ -209,9 +277,10 @@ void drawSpotterDisc(ListPainter& p, RectF rect, const SpotterConfig& config,
     const float size = std::clamp(radius * 0.09f, 8.0f, 16.0f);
     char text[16];
     std::snprintf(text, sizeof text, "%d", static_cast<int>(std::lround(radar.range)));
-    p.text(
-        {middle.x - 30, middle.y - radius + 5, middle.x + 30, middle.y - radius + 5 + size * 1.5f},
-        text, {Face::mono, size, 400}, fade(kLabel, alpha), TextAlign::center);
+    // Beside the way of the cars straight ahead, above the arc of those beside.
+    const PointF label{middle.x + radius * 0.45f, middle.y - radius * 0.75f};
+    p.text({label.x - 30, label.y - size, label.x + 30, label.y + size}, text,
+           {Face::mono, size, 400}, fade(kLabel, alpha), TextAlign::center);
     const Plane plane{middle, (radius - 16) / radar.range, radius * 0.8f};
     drawBlips(p, plane, radar, config.spotterRadarNums, alpha, picture.nowMs);
 }
