@@ -262,7 +262,7 @@ void fillTick(Driver& d) {
     setTickStep(d.tick, "panel watchers", [&d](MainTick&, const SimFrame& frame) {
         // No overlay that exists so far shows the wheel.
         assistantsTick(d.assistants, frame, false, clockMs(d.clock));
-        if (d.importing) d.importing->tick(frame, clockSeconds(d.clock));
+        if (d.importing) d.importing->tick(frame, d.pumpWords.demoOn != 0, clockSeconds(d.clock));
         updateNudgeKeys(d.hotkeys);
         // Ten looks a second are enough for a window that changes by hand.
         const uint64_t now = clockMs(d.clock);

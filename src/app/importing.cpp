@@ -50,10 +50,11 @@ Importing::~Importing() {
     if (messages_) destroyWindow(messages_);
 }
 
-void Importing::post(int what) {
-    if (!messages_ || pending_ != kOpenNothing || currentDialog() != 0) return;
+bool Importing::post(int what) {
+    if (!messages_ || pending_ != kOpenNothing || currentDialog() != 0) return false;
     pending_ = what;
     if (!postToWindow(messages_, kOpenMessage, 0)) pending_ = kOpenNothing;
+    return pending_ != kOpenNothing;
 }
 
 void Importing::openWindow() {
@@ -87,12 +88,10 @@ void Importing::tickCard(bool onTrack, double now) {
         config_.settingsDirty = true;
     }
     if (card_->state() == OfferState::shown && !offered_ && !onTrack) {
-        offered_ = true;
+        offered_ = platformKind() == PlatformKind::headless || post(kOpenOffer);
         if (platformKind() == PlatformKind::headless)
             logStatus("[import] %d telemetry file(s) can be imported: --import FOLDER\n",
                       card_->newFiles());
-        else
-            post(kOpenOffer);
     }
     if (card_->state() != OfferState::result) return;
     if (resultUntil_ < 0) {
@@ -104,7 +103,8 @@ void Importing::tickCard(bool onTrack, double now) {
     }
 }
 
-void Importing::tick(const SimFrame& frame, double now) {
+void Importing::tick(const SimFrame& frame, bool demo, double now) {
+    irOrderTelemetry(telemetryOrder_, frame, demo, config_.iracingAutoTelemetry);
     if (now < nextWork_) return;
     nextWork_ = now + kWorkEvery;
     now_ = now;

@@ -6,6 +6,7 @@
 #include "import/sim_logging.h"
 #include "overlay/settings/app_config.h"
 #include "platform/window.h"
+#include "telemetry/readers/iracing_broadcast.h"
 #include "telemetry/sim_frame.h"
 
 #include <memory>
@@ -21,7 +22,7 @@ public:
     Importing& operator=(const Importing&) = delete;
 
     /// Once a tick. `now` in monotonic seconds.
-    void tick(const SimFrame& frame, double now);
+    void tick(const SimFrame& frame, bool demo, double now);
     /// The window's button; opens once the tick is over.
     void openWindow();
     /// A line for the program's window; "" = nothing to say.
@@ -31,7 +32,7 @@ public:
 
 private:
     void tickCard(bool onTrack, double now);
-    void post(int what);
+    bool post(int what);
     void open(int what);
 
     PerfStore& store_;
@@ -42,6 +43,7 @@ private:
     std::unique_ptr<IbtBackground> background_;
     std::unique_ptr<OfferCard> card_;
     IbtTickOutput shown_;
+    IrTelemetryOrder telemetryOrder_;
     WindowId messages_ = 0;
     int pending_ = 0;
     bool offered_ = false; // the card was put on the screen

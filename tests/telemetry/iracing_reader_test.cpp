@@ -426,6 +426,25 @@ TEST(IracingBroadcast, PacksTheCommandIntoTheMessage) {
     ASSERT_TRUE(listener.take(got));
     EXPECT_EQ(got.wParam, 0xFFFF000Cu);
     EXPECT_EQ(got.lParam, -1);
+    // Telemetry files are ordered with the first frame of each connection.
+    IrTelemetryOrder order;
+    SimFrame frame;
+    frame.simKind = kSimIRacing;
+    const auto orders = [&](bool connected, bool demo, bool wanted) {
+        frame.connected = connected;
+        irOrderTelemetry(order, frame, demo, wanted);
+        int count = 0;
+        while (listener.take(got))
+            count += got.wParam == 0x1000Au && got.lParam == 0;
+        return count;
+    };
+    EXPECT_EQ(orders(true, true, true), 0) << "the demo race";
+    EXPECT_EQ(orders(false, false, true), 0);
+    EXPECT_EQ(orders(true, false, true), 1);
+    EXPECT_EQ(orders(true, false, true), 0);
+    EXPECT_EQ(orders(false, false, true), 0);
+    EXPECT_EQ(orders(true, false, false), 0);
+    EXPECT_EQ(orders(true, false, true), 0) << "switched on later: with the next connection";
     listener.close();
     EXPECT_FALSE(irBroadcast(5, 8, 0));
 }
