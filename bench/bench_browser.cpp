@@ -5,7 +5,8 @@
 //     serves slot "relative"; the first 8 pixels of each picture tell when it was painted
 //     (microseconds since 1970, a byte in the red of each, the lowest first).
 //   bench_browser --watch PORT KEY SECONDS SLOT:COUNT...
-//     as many viewers, which answer each message at once; prints how many pictures each got.
+//     as many viewers, which answer each message at once; prints how many pictures and megabytes
+//     each got, and of --serve how old the pictures were.
 #include "streaming/browser_source.h"
 #include "streaming/straight_alpha.h"
 
@@ -87,6 +88,11 @@ void paintWithViewer(benchmark::State& state) {
 }
 BENCHMARK(paintWithViewer);
 
+int64_t microsecondsNow() {
+    using namespace std::chrono;
+    return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+}
+
 // ---- a server whose pictures tell their time ----
 
 int serve(int port, const char* key, int width, int height, int hz, int seconds) {
@@ -100,8 +106,7 @@ int serve(int port, const char* key, int width, int height, int hz, int seconds)
     const auto begin = steady_clock::now();
     for (int64_t frame = 0; frame < static_cast<int64_t>(hz) * seconds; ++frame) {
         std::this_thread::sleep_until(begin + frame * microseconds(1'000'000 / hz));
-        const int64_t now =
-            duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
+        const int64_t now = microsecondsNow();
         for (size_t i = 0; i < 8; ++i) {
             bytes[i * 4 + 2] = static_cast<uint8_t>(now >> (8 * i));
             bytes[i * 4 + 3] = 255;
@@ -124,6 +129,8 @@ struct Viewer {
     bool pixels = false, upgraded = false;
     int pictures = 0;
     uint64_t bytes = 0;
+    int64_t painted = 0;          // of the picture that is coming; --serve alone tells it
+    std::vector<double> delaysMs; // paint to the last byte
 };
 
 bool open(Viewer& viewer, int port, const std::string& key) {
@@ -160,7 +167,15 @@ void headDone(Viewer& viewer) {
             viewer.left = viewer.left << 8 | byte(i);
     }
     viewer.pixels = (byte(0) & 0x0F) == 2;
+    viewer.painted = -1;
     viewer.head.clear();
+}
+
+int64_t paintedAt(const char* rgba) {
+    int64_t time = 0;
+    for (int i = 7; i >= 0; --i)
+        time = time << 8 | static_cast<uint8_t>(rgba[i * 4]);
+    return time;
 }
 
 /// False when the server has gone.
@@ -172,9 +187,12 @@ bool readSome(Viewer& viewer) {
     if (n <= 0) return n < 0 && errno == EAGAIN;
     viewer.bytes += static_cast<uint64_t>(n);
     if (viewer.left) {
+        if (viewer.painted < 0) viewer.painted = n >= 32 ? paintedAt(sink.data()) : 0;
         viewer.left -= static_cast<uint64_t>(n);
         if (viewer.left) return true;
         viewer.pictures += viewer.pixels;
+        const double delay = static_cast<double>(microsecondsNow() - viewer.painted) / 1000;
+        if (viewer.pixels && delay < 10'000) viewer.delaysMs.push_back(delay);
         static const char answer[] = "\x81\x81\0\0\0\0k";
         return send(viewer.fd, answer, 7, MSG_NOSIGNAL) == 7;
     }
@@ -206,9 +224,16 @@ int watch(int port, const char* key, int seconds, const std::vector<std::string>
         for (size_t i = 0; i < viewers.size(); ++i)
             if (ready[i].revents && !readSome(viewers[i])) ready[i].fd = -1;
     }
-    for (const Viewer& viewer : viewers)
-        std::printf("%s %d %.1f\n", viewer.slot.c_str(), viewer.pictures,
+    for (Viewer& viewer : viewers) {
+        std::printf("%s %d %.1f", viewer.slot.c_str(), viewer.pictures,
                     static_cast<double>(viewer.bytes) / 1e6);
+        std::vector<double>& all = viewer.delaysMs;
+        std::sort(all.begin(), all.end());
+        if (!all.empty())
+            std::printf(" paint to viewer: median %.2f, p99 %.2f ms", all[all.size() / 2],
+                        all[all.size() * 99 / 100]);
+        std::printf("\n");
+    }
     return 0;
 }
 
