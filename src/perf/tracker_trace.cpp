@@ -11,7 +11,8 @@ namespace {
 
 constexpr float kMinBins = 500;
 constexpr float kLastPct = 0.999f;
-constexpr int32_t kGapMax = 64; // bins that a car may cross between two ticks
+constexpr int32_t kGapMax = 64;         // bins that a car may cross between two ticks
+constexpr uint32_t kBinsPrepared = 256; // a tick, of the next lap
 constexpr double kEarthRadius = 6378137;
 constexpr double kRad = M_PI / 180;
 constexpr int kOffTrack = 0, kToPits = 2, kOnTrack = 3;
@@ -224,6 +225,29 @@ void reserveTrace(LapTrace& lap, uint32_t bins) {
     lap.have.reserve(bins);
 }
 
+void growTrace(LapTrace& lap, std::vector<uint8_t>& onTrack, uint32_t bins) {
+    for (auto* channel :
+         {&lap.speed, &lap.throttle, &lap.brake, &lap.steer, &lap.latG, &lap.longG, &lap.elapsed,
+          &lap.x, &lap.y, &lap.lateral, &lap.yawRate, &lap.latVelocity})
+        channel->resize(bins);
+    lap.gear.resize(bins);
+    lap.rpm.resize(bins);
+    lap.absActive.resize(bins);
+    lap.have.resize(bins);
+    onTrack.resize(bins);
+}
+
+/// The next lap's buffers get their zeros a little each tick: at the line, where the lap under way
+/// is worked up too, a long lap's would take longer than all the rest.
+void prepareSpare(TrackerState& t) {
+    if (t.spareTraces.empty()) return;
+    LapTrace& lap = t.spareTraces.back();
+    const size_t ready = lap.have.size();
+    if (ready >= t.binCount) return;
+    growTrace(lap, t.spareOnTrack.back(),
+              std::min(t.binCount, static_cast<uint32_t>(ready) + kBinsPrepared));
+}
+
 /// The next lap's buffers, zeroed.
 void takeSpare(TrackerState& t) {
     if (!t.spareTraces.empty()) {
@@ -232,8 +256,7 @@ void takeSpare(TrackerState& t) {
         t.spareTraces.pop_back();
         t.spareOnTrack.pop_back();
     }
-    sizeLapTrace(t.trace, t.binCount);
-    t.traceOnTrack.assign(t.binCount, 0);
+    growTrace(t.trace, t.traceOnTrack, t.binCount);
 }
 
 } // namespace
@@ -281,6 +304,7 @@ void tickTrace(TrackerState& t, const PerfSample& s, bool lapOver) {
         t.previousValues = now;
     }
     tickEvents(t, s, static_cast<size_t>(bin));
+    if (!lapOver) prepareSpare(t);
 }
 
 void closeTrace(TrackerState& t, const LapRecord& record) {
