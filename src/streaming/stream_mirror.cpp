@@ -162,6 +162,7 @@ void StreamMirror::DrawMirror(MirrorRecord& mirror, bool force) {
     const uint64_t frameId = overlay ? overlay->frameCounter : 0;
     if (!force && mirror.drawn && frameId == mirror.lastFrameId && visible == mirror.overlayVisible)
         return;
+    mirror.drawn = false; // a busy window is tried again, also where nothing else asks for it
     if (!surfaceBeginFrame(*mirror.surface)) return;
     mirror.lastFrameId = frameId;
     mirror.drawn = true;

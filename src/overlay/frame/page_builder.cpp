@@ -117,12 +117,13 @@ void addHeadset(const PageBuilder& page, OverlayConfig& overlay) {
               .choiceCount = 2});
 }
 
-void addStream(const PageBuilder& page, OverlayConfig& overlay) {
+void addStream(const PageBuilder& page, OverlayConfig& overlay, int slot) {
     addSection(page, "STREAM");
     page.row({.kind = Kind::stream,
               .label = Translate("Show on stream"),
               .hint = Translate("Mirror this overlay into a plain window OBS can capture."),
-              .flag = &overlay.mirrorOnStream});
+              .flag = &overlay.mirrorOnStream,
+              .slot = slot});
 }
 
 void addStrip(const PageBuilder& page, const char* title, const char* hint, bool& visible,
@@ -147,7 +148,7 @@ void addCommonRows(const PageBuilder& page, OverlayConfig& overlay, int slot, bo
     addGeneral(page, overlay, slot, heightResizable);
     addShowWhen(page, overlay);
     addHeadset(page, overlay);
-    addStream(page, overlay);
+    addStream(page, overlay, slot);
     if (!supportsStrips) return;
     addStrip(page, "HEADER", "A strip above the content.", overlay.showHeader, overlay.headerLeft,
              overlay.headerCenter, overlay.headerRight);

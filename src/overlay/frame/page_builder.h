@@ -19,7 +19,7 @@ struct PageRow {
         fieldPicker, // label, number, hint
         stylePicker, // number, choices, choiceCount, hint
         refresh,     // number, of `slot`
-        stream,      // label, flag, hint
+        stream,      // label, flag, hint, of `slot`
         text,        // label
     };
     Kind kind = Kind::text;
