@@ -34,9 +34,10 @@ struct AudioSink; // made by a system's `open`
 struct AudioSystem {
     void* user = nullptr;
     std::vector<AudioDevice> (*devices)(void* user) = nullptr;
-    /// An empty id is the default device; an unknown one falls back to it. Asks for a buffer of
-    /// 40 ms and, where that is refused, for the device's own. Null with a reason when there is
-    /// none.
+    /// An empty id is the default device, whichever that comes to be; an unknown one falls back to
+    /// it and is lost once another device appears, so that the wanted one is found when it is back.
+    /// Asks for a buffer of 40 ms and, where that is refused, for the device's own. Null with a
+    /// reason when there is none.
     AudioSink* (*open)(void* user, const std::string& deviceId, AudioStreamInfo& info,
                        std::string& error) = nullptr;
     void (*close)(AudioSink* sink) = nullptr;

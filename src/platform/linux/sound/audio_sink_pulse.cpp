@@ -41,6 +41,7 @@ struct PulseSink {
     std::vector<uint8_t> silence;   // one period
     std::atomic<bool> woken{false}; // anybody sets, the sink's thread takes
     int64_t seenWritable = -1;
+    bool another = false; // in place of a device that was not there, and one has come since
 
     ~PulseSink() {
         if (!stream) return;
@@ -174,8 +175,9 @@ pa_sample_spec specOf(const AudioFormat& format) {
     return spec;
 }
 
-/// `bufferMs` 0 leaves the size to the server.
-bool startStream(PulseSink& sink, const std::string& name, uint32_t bufferMs) {
+/// `bufferMs` 0 leaves the size to the server. A `pinned` stream ends with its device; others
+/// follow the server's default.
+bool startStream(PulseSink& sink, const std::string& name, bool pinned, uint32_t bufferMs) {
     const pa_sample_spec spec = specOf(sink.info.format);
     sink.frameBytes = pa_frame_size(&spec);
     sink.stream = pa_stream_new(sink.connection.context, "Voice", &spec, nullptr);
@@ -188,7 +190,8 @@ bool startStream(PulseSink& sink, const std::string& name, uint32_t bufferMs) {
         // A stream that ran dry begins again with the first period it is given.
         attr.prebuf = attr.minreq;
     }
-    const auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY);
+    const auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY |
+                                                      (pinned ? PA_STREAM_DONT_MOVE : 0));
     pa_stream_state_t state = PA_STREAM_FAILED;
     if (pa_stream_connect_playback(sink.stream, name.empty() ? nullptr : name.c_str(), &attr, flags,
                                    nullptr, nullptr) >= 0)
@@ -207,19 +210,33 @@ void close(AudioSink* sink) {
     delete &of(sink);
 }
 
+/// Lets the stream count as lost once an output appears: it may be the one that was wanted.
+void watchForDevices(PulseSink& sink) {
+    pa_context* context = sink.connection.context;
+    const pa_context_subscribe_cb_t note = [](pa_context*, pa_subscription_event_type_t event,
+                                              uint32_t, void* user) {
+        if ((event & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_NEW)
+            static_cast<PulseSink*>(user)->another = true;
+    };
+    pa_context_set_subscribe_callback(context, note, &sink);
+    finish(sink.connection,
+           pa_context_subscribe(context, PA_SUBSCRIPTION_MASK_SINK, nullptr, nullptr));
+}
+
 AudioSink* open(void*, const std::string& deviceId, AudioStreamInfo& info, std::string& error) {
     auto sink = std::make_unique<PulseSink>();
     Connection& connection = sink->connection;
     if (!connect(connection, error)) return nullptr;
     SinkAnswer device;
-    if (deviceId.empty() || !findSink(connection, deviceId.c_str(), device))
-        findSink(connection, "@DEFAULT_SINK@", device);
+    const bool pinned = !deviceId.empty() && findSink(connection, deviceId.c_str(), device);
+    if (!pinned) findSink(connection, "@DEFAULT_SINK@", device);
     if (!device.found) {
         error = "no output device";
         return nullptr;
     }
     sink->info.format = formatOf(device.spec);
-    if (!startStream(*sink, device.name, kBufferMs) && !startStream(*sink, device.name, 0)) {
+    if (!startStream(*sink, device.name, pinned, kBufferMs) &&
+        !startStream(*sink, device.name, pinned, 0)) {
         error = pa_strerror(pa_context_errno(connection.context));
         return nullptr;
     }
@@ -232,12 +249,13 @@ AudioSink* open(void*, const std::string& deviceId, AudioStreamInfo& info, std::
                                    : sink->info.format.rate / 100;
     const uint8_t zero = 0; // of every type that is written here
     sink->silence.assign(sink->info.periodFrames * sink->frameBytes, zero);
+    if (!pinned && !deviceId.empty()) watchForDevices(*sink);
     info = sink->info;
     return reinterpret_cast<AudioSink*>(sink.release());
 }
 
 bool alive(const PulseSink& sink) {
-    return sink.stream && PA_STREAM_IS_GOOD(pa_stream_get_state(sink.stream)) &&
+    return sink.stream && !sink.another && PA_STREAM_IS_GOOD(pa_stream_get_state(sink.stream)) &&
            PA_CONTEXT_IS_GOOD(pa_context_get_state(sink.connection.context));
 }
 
