@@ -102,7 +102,11 @@ PerfStore::Hold::Hold(PerfStore& store) : store_(store) {
     Inside& inside = *store_.inside_;
     inside.mutex.lock();
     ++inside.depth;
-    if (!inside.fileLock.held()) inside.fileLock.lock(joinPath(perfRoot(store_.base_), ".lock"));
+    const std::string root = perfRoot(store_.base_), file = joinPath(root, ".lock");
+    // The first hold of all may come before the first session; without the folder nothing could be
+    // locked against another program that stores one meanwhile.
+    if (!inside.fileLock.held() && !inside.fileLock.lock(file) && makeFolders(root))
+        inside.fileLock.lock(file);
 }
 
 PerfStore::Hold::~Hold() {

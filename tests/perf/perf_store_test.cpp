@@ -1,4 +1,5 @@
 // The store on a real disk: what is kept, what goes, and what other hands put into its folder.
+#include "base/log.h"
 #include "perf/perf_store.h"
 #include "perf/session_json.h"
 #include "support/perf_samples.h"
@@ -7,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <thread>
 
@@ -104,6 +106,41 @@ TEST(PerfStore, TheLimitTakesTheOldestOfTheTrackByDate) {
     s.commit(dateAfter(60), 7, 1);
     EXPECT_EQ(s.dates(7), std::vector{dateAfter(60)});
     EXPECT_EQ(s.traces().size(), 4u);
+}
+
+TEST(PerfStore, ALargeStoreIsToldWithEachCommit) {
+    Store s;
+    std::string log;
+    setLogSink([](void* user, std::string_view line) { *static_cast<std::string*>(user) += line; },
+               &log);
+    const fs::path big = s.folder.path / "performance/lmu/traces/big.vttr";
+    s.write(big, "x");
+    constexpr const char* kWarning = " -- large; consider lowering the session history limit";
+    fs::resize_file(big, 524'000'000); // no disk is used
+    EXPECT_TRUE(s.commit(dateAfter(0)).stored);
+    EXPECT_EQ(log.find(kWarning), log.npos) << log;
+    fs::resize_file(big, 524'288'000);
+    EXPECT_TRUE(s.commit(dateAfter(60)).stored);
+    EXPECT_NE(log.find(kWarning), log.npos) << log;
+    setLogSink(nullptr, nullptr);
+}
+
+TEST(PerfStore, AHoldOfAnEmptyStoreKeepsOtherProgramsOut) {
+    Store s;
+    PerfStore other(s.folder.text()); // as another program has it
+    std::atomic<bool> stored{false};
+    std::thread writer;
+    {
+        const PerfStore::Hold hold(s.store);
+        writer = std::thread([&] {
+            other.commit(sampleSession(dateAfter(0).c_str()), nullptr, 0);
+            stored = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_FALSE(stored);
+    }
+    writer.join();
+    EXPECT_EQ(s.load().size(), 1u);
 }
 
 TEST(PerfStore, CombosAreListedByLayout) {
