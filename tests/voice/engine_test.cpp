@@ -1,6 +1,7 @@
 // Engines on a device that keeps what it is given.
 #include "engines.h"
 #include "race/spotter_calls.h"
+#include "telemetry/sim_registry.h"
 
 namespace vt::test {
 namespace {
@@ -70,6 +71,109 @@ TEST_F(Engines, SentencesAreJoined) {
     voicePulse(engine);
     periods(20);
     EXPECT_GT(level(frames() - 480 * 20 + 960, 1000), 0.1);
+}
+
+/// A call from the frame that shows the car until its first sample: held for 50 ms, then in the
+/// device's next period. Ticks and periods of 10 ms, each beginning with the tick.
+TEST_F(Engines, ACallIsSoundFiftyMillisecondsAndAPeriodAfterTheFrame) {
+    VoiceEngine engine(system);
+    voiceConfigure(engine, wanted());
+    waitReady(engine);
+    SimFrame frame;
+    frame.connected = 1;
+    frame.simKind = kSimLmu;
+    frame.trackLength = 5000;
+    frame.speed = 50;
+    frame.playerCarIdx = 0;
+    frame.cars.resize(2);
+    frame.cars[0] = {.carIdx = 0, .lapDistPct = 0, .pathLateral = 1};
+    frame.cars[1] = {.carIdx = 1, .lapDistPct = 0.5f, .pathLateral = -2};
+    SpotterCalls calls;
+    const SpotterRules rules{.repeatMs = 0};
+    uint64_t now = 1000;
+    size_t shown = 0;
+    for (int tick = 0; tick < 40; ++tick, now += 10) {
+        if (tick == 20) {
+            shown = frames();
+            frame.cars[1].lapDistPct = 0;
+        }
+        const int phrase = spotterCallsTick(calls, rules, &frame, engine.ready != 0, now);
+        if (phrase >= 0) voiceSayPhrase(engine, phrase);
+        periods(1);
+    }
+    const int start = onset(shown);
+    ASSERT_GE(start, 0);
+    const int late = start - static_cast<int>(shown); // samples; a tone begins with silence
+    EXPECT_GE(late, 2400);
+    EXPECT_LE(late, 2400 + 480 + 8);
+}
+
+TEST(VoiceChoice, OneWishAPassInTheOrderOfTheirWeight) {
+    enum Sound { kNone, kPhrase, kThreeWide, kAlert, kTip, kReminder, kPlace, kLine, kSentence };
+    constexpr size_t kFrames[] = {0, 101, 103, 105, 200, 250, 302, 211};
+    VoicePlayer player;
+    const auto put = [&](PackClip& clip, Sound sound) {
+        clip.clip.samples.assign(kFrames[sound], 0.1f);
+    };
+    put(player.clips.phrases[0][0], kPhrase);
+    put(player.clips.phrases[2][0], kThreeWide);
+    put(player.clips.alerts[5][0], kAlert);
+    put(player.clips.coachLines[0][0], kTip);
+    put(player.clips.reminders[0], kReminder);
+    put(player.clips.places[2], kPlace);
+    put(player.clips.coachLines[111][0], kLine);
+    resetPlayer(player, 48000);
+    const int32_t tip = packTip(0, -1, false), engineer = packEngineer(111, 0, -1);
+    const VoiceRequests phrase{.phrase = 0}, alert{.alert = 5}, tips{.tip = tip};
+    const VoiceRequests lines{.engineer = engineer}, pulse{.pulse = true}, chime{.chime = 0};
+    const VoiceRequests timed{.timedTip = packTimedTip(0, 0)};
+    const size_t pulseFrames = player.pulse.frames(), chimeFrames = player.chimeDown.frames();
+    struct Case {
+        const char* what;
+        VoiceRequests playing, asked;
+        size_t heard, then = 0; // frames of the clip, and of the one behind it
+    };
+    const VoiceRequests nothing;
+    const Case cases[] = {
+        {"fallback", nothing, {.phrase = 9}, kFrames[kThreeWide]},
+        {"and the other", nothing, {.phrase = 10}, kFrames[kThreeWide]},
+        {"no clip", nothing, {.phrase = 5}, 0},
+        {"no cue", nothing, {.alert = 6}, 0},
+        {"reminder", nothing, {.tip = packTip(0, -1, true)}, kFrames[kReminder]},
+        {"place", nothing, {.tip = packTip(0, 2, false)}, kFrames[kPlace], kFrames[kTip]},
+        {"place without clip", nothing, {.tip = packTip(0, 3, false)}, kFrames[kTip]},
+        {"line", nothing, lines, kFrames[kLine]},
+        {"no position word", nothing, {.engineer = packEngineer(111, 4, -1)}, 0},
+        {"time without numbers", nothing, {.timedTip = packTimedTip(0, 83.45)}, kFrames[kTip]},
+        {"phrase over phrase", phrase, {.phrase = 2}, kFrames[kThreeWide]},
+        {"no clip leaves it", phrase, {.phrase = 5}, kFrames[kPhrase]},
+        {"alert under phrase", phrase, alert, kFrames[kPhrase]},
+        {"engineer under phrase", phrase, lines, kFrames[kPhrase]},
+        {"phrase over alert", alert, phrase, kFrames[kPhrase]},
+        {"tip under alert", alert, tips, kFrames[kAlert]},
+        {"alert over tip", tips, alert, kFrames[kAlert]},
+        {"phrase over both halves", {.tip = packTip(0, 2, false)}, phrase, kFrames[kPhrase]},
+        {"engineer under tip", tips, lines, kFrames[kTip]},
+        {"tip under engineer", lines, tips, kFrames[kLine]},
+        {"time under tip", lines, timed, kFrames[kLine]},
+        {"pulse under tip", tips, pulse, kFrames[kTip]},
+        {"chime under pulse", pulse, chime, pulseFrames},
+        {"chime", nothing, chime, chimeFrames},
+        {"all", nothing, {0, 5, 0, tip, tip, engineer, true, true}, kFrames[kPhrase]},
+        {"all but", nothing, {-1, 5, 0, tip, tip, engineer, true, true}, kFrames[kAlert]},
+        {"but", nothing, {-1, -1, 0, tip, tip, engineer, true, true}, kFrames[kLine]},
+        {"tips", nothing, {-1, -1, 0, tip, timed.timedTip, -1, true, false}, kFrames[kTip]},
+        {"tones", nothing, {-1, -1, 0, -1, -1, -1, true, false}, pulseFrames},
+        // A wish that counts but has no sound takes the others with it.
+        {"lost", nothing, {5, 5, 0, tip, tip, engineer, true, true}, 0},
+    };
+    for (const Case& c : cases) {
+        resetPlayer(player, 48000);
+        chooseWhatPlays(player, c.playing);
+        chooseWhatPlays(player, c.asked);
+        EXPECT_EQ(player.current ? player.current->frames() : 0, c.heard) << c.what;
+        EXPECT_EQ(player.second ? player.second->frames() : 0, c.then) << c.what;
+    }
 }
 
 TEST_F(Engines, ADeviceThatGoesComesBack) {
