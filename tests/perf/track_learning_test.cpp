@@ -125,7 +125,15 @@ struct Learned {
     GpsMap survey; // from 3 laps
     Spread driven, centre, normalDegrees, edges;
     size_t turns = 0;
+    float marks = 0; // m along the road: the worst of the line and both sector ends
 };
+
+/// How far along the road a place lies behind the source's at a lap fraction.
+float alongFrom(const model::Circuit& circuit, double fraction, PointF here) {
+    const model::CircuitPoint at = model::circuitAt(circuit, fraction * circuit.length);
+    return static_cast<float>((static_cast<double>(here.x) - at.x) * std::cos(at.heading) +
+                              (static_cast<double>(here.y) - at.y) * std::sin(at.heading));
+}
 
 /// `laps` of the drive, told from an origin of their own, against all laps and the source. The
 /// map's frame is that of `originLat`, `originLon`.
@@ -180,6 +188,14 @@ Learned learn(const Drive& driven, size_t laps, double originLat, double originL
         edges.push_back(lateral[i] + out.survey.bandHi[i] - static_cast<float>(at.widthRight));
         edges.push_back(lateral[i] + out.survey.bandLo[i] + static_cast<float>(at.widthLeft));
     }
+    for (const double mark :
+         {0.0, 1.0 / 3, 2.0 / 3}) { // the map's places begin at its bins' fronts
+        const auto bin = static_cast<size_t>(mark * driven.bins);
+        const PointF before = line[(bin + driven.bins - 1) % driven.bins], after = line[bin];
+        const PointF here{(before.x + after.x) / 2, (before.y + after.y) / 2};
+        const double fraction = static_cast<double>(bin) / driven.bins;
+        out.marks = std::max(out.marks, std::abs(alongFrom(driven.circuit, fraction, here)));
+    }
     out.driven = spreadOf(fromDriven);
     out.centre = spreadOf(fromCentre);
     out.normalDegrees = spreadOf(normals);
@@ -210,6 +226,7 @@ TEST_F(TrackLearning, LapsBecomeTheLineThatWasDriven) {
         EXPECT_EQ(learned.joined, static_cast<int>(laps));
         EXPECT_LT(learned.driven.median, laps == 1 ? 0.4f : 0.15f) << laps << " laps";
         EXPECT_LT(learned.normalDegrees.p95, 1.5f) << laps << " laps";
+        EXPECT_LT(learned.marks, 1.0f) << laps << " laps";
         EXPECT_EQ(learned.survey.usable(), laps >= 3);
         EXPECT_NEAR(static_cast<double>(learned.turns), 9, 1);
     }
@@ -337,10 +354,12 @@ std::string documentRow(const std::string& name, size_t laps, const Learned& lea
                       static_cast<double>(spread.p95));
         return std::string(text);
     };
+    char marks[16];
+    std::snprintf(marks, sizeof marks, "%.2f", static_cast<double>(learned.marks));
     return "| " + name + " | " + std::to_string(laps) + " | " + metres(learned.driven) + " | " +
            metres(learned.centre) + " | " + metres(learned.normalDegrees) + " | " +
            (learned.survey.usable() ? metres(learned.edges) : "–") + " | " +
-           std::to_string(learned.turns) + " |\n";
+           std::to_string(learned.turns) + " | " + marks + " |\n";
 }
 
 /// Writes its table into the documentation when asked: VT_WRITE_DOCS=1.
