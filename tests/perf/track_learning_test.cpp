@@ -188,8 +188,7 @@ Learned learn(const Drive& driven, size_t laps, double originLat, double originL
         edges.push_back(lateral[i] + out.survey.bandHi[i] - static_cast<float>(at.widthRight));
         edges.push_back(lateral[i] + out.survey.bandLo[i] + static_cast<float>(at.widthLeft));
     }
-    for (const double mark :
-         {0.0, 1.0 / 3, 2.0 / 3}) { // the map's places begin at its bins' fronts
+    for (const double mark : driven.circuit.sectorStarts) { // where bins begin
         const auto bin = static_cast<size_t>(mark * driven.bins);
         const PointF before = line[(bin + driven.bins - 1) % driven.bins], after = line[bin];
         const PointF here{(before.x + after.x) / 2, (before.y + after.y) / 2};
