@@ -5,6 +5,7 @@
 #include "perf/map_text.h"
 #include "perf/track_map_files.h"
 #include "perf/turn_finder.h"
+#include "perf/turn_names.h"
 #include "telemetry/sim_registry.h"
 
 #include <nlohmann/json.hpp>
@@ -219,10 +220,12 @@ bool loadTrackShape(TrackShape& out, const std::string& dataDir, const std::stri
             if (shape.turns.empty()) addTurns(shape);
             out = std::move(shape);
         }
-        return out.known();
+    } else {
+        RoadMap road;
+        if (roadMapLoad(road, baseDir, simKind, trackId) && roadMapGood(road))
+            out = shapeOfRoad(road);
     }
-    RoadMap road;
-    if (roadMapLoad(road, baseDir, simKind, trackId) && roadMapGood(road)) out = shapeOfRoad(road);
+    nameTurns(out, dataDir, baseDir, simKind, trackId, length);
     return out.known();
 }
 

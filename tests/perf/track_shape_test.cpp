@@ -1,5 +1,6 @@
 #include "perf/live_map.h"
 #include "perf/track_shape.h"
+#include "perf/turn_names.h"
 #include "platform/file.h"
 #include "telemetry/sim_registry.h"
 
@@ -131,6 +132,35 @@ TEST_F(TrackShapeTest, MapFilesFromElsewhere) {
         EXPECT_FALSE(loads(text)) << text;
     EXPECT_FALSE(loads(R"({"trackId":7,"pitPath":[1],"path":)" + path + "}"));
     EXPECT_FALSE(loads(R"({"trackId":7,"path":[[1e300,0])" + path.substr(2) + "}"));
+}
+
+TEST_F(TrackShapeTest, NamesOfTurnsApplyToTheLayoutTheyWereWrittenFor) {
+    const auto write = [](const std::string& root, const std::string& text) {
+        std::filesystem::create_directories(root + "/turnnames/iracing");
+        ASSERT_TRUE(writeFileAtomic(root + "/turnnames/iracing/390.json", text));
+    };
+    const std::string shipped = folder + "/shipped", own = folder + "/own";
+    const auto named = [&](float length) {
+        TrackShape shape;
+        shape.closed = true;
+        shape.length = length;
+        shape.turns = {{1, "", 0.1f, 0}, {2, "Kept", 0.3f, 0}, {3, "", 0.995f, 0}};
+        nameTurns(shape, shipped, own, kSimIRacing, 390, 0);
+        return shape.turns[0].name + "," + shape.turns[1].name + "," + shape.turns[2].name;
+    };
+    EXPECT_EQ(named(2422), ",Kept,");
+    const std::string match = R"({"match":{"lengthM":2400,"lengthTolPct":1},"turns":)";
+    write(shipped, match + R"([{"name":"First"},{"name":"Other"},{"name":7},{"name":"Fourth"},
+        {"name":"Last","pct":0.008},{"name":"Nowhere","pct":0.5}]})");
+    EXPECT_EQ(named(2422), "First,Kept,Last");
+    EXPECT_EQ(named(2425), ",Kept,") << "another layout";
+    EXPECT_EQ(named(0), ",Kept,");
+    write(own, match + "[null,{},{\"name\":\"" + std::string(80, 'x') + "\"}]}");
+    EXPECT_EQ(named(2400), ",Kept," + std::string(63, 'x')) << "the driver's own file is taken";
+    for (const char* bad : {"", "[]", "{}", "{\"turns\":[{\"name\":\"a\"}]}", "{\"match\":3}"}) {
+        write(own, bad);
+        named(2400);
+    }
 }
 
 TEST_F(TrackShapeTest, ARoadOfAnotherSim) {
