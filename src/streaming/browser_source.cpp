@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <system_error>
 
 namespace vt {
 
@@ -86,7 +87,13 @@ bool BrowserSourceStart(BrowserSource& source, AppConfig& config, bool askUser) 
     source.accessKey = key;
     findLanAddress(source);
     source.hub.running.store(true);
-    source.sender = std::thread([&hub = source.hub] { hubSend(hub); });
+    try {
+        source.sender = std::thread([&hub = source.hub] { hubSend(hub); });
+    } catch (const std::system_error& e) {
+        logStatus("[browser source] %s\n", e.what());
+        BrowserSourceStop(source);
+        return false;
+    }
     logStatus("[browser source] serving on port %d%s\n", source.port,
               source.lan ? ", other PCs may connect" : "");
     if (key == config.browserSourceKey) return false;
