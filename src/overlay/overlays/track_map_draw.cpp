@@ -60,19 +60,53 @@ void drawLabel(ListPainter& p, PointF at, std::string_view text, const TextStyle
            TextAlign::center);
 }
 
-void drawCar(ListPainter& p, PointF at, const MapCar& car, float radius, bool numbers, float size) {
-    p.canvas.fillEllipse(at, radius + 1.5f, radius + 1.5f, p.ink({0, 0, 0, 0.75f}));
-    p.canvas.fillEllipse(at, radius, radius, p.ink(car.colour));
-    if (!numbers || car.number <= 0) return;
-    char label[16];
-    std::snprintf(label, sizeof label, "#%d", car.number);
-    const TextStyle style{Face::sans, size, 700};
-    const PointF over{at.x, at.y - radius - size * 0.8f};
-    const float half = p.width(style, label) / 2 + 2, height = size * 0.6f;
-    // A plate of its own: the road beneath may be as light as the figures.
-    p.canvas.fillRect({over.x - half, over.y - height, over.x + half, over.y + height},
-                      p.ink({0, 0, 0, 0.6f}));
-    drawLabel(p, over, label, style, {1, 1, 1, 1});
+struct CarDot {
+    PointF at;
+    const MapCar* car = nullptr;
+    float radius = 5;
+    float apart = 0; // of a lap, from the player; his own comes first
+};
+
+/// In a pack there is no room for every number: those nearest to the player are written.
+void drawNumbers(ListPainter& p, std::vector<CarDot>& dots, float size) {
+    std::stable_sort(dots.begin(), dots.end(),
+                     [](const CarDot& a, const CarDot& b) { return a.apart < b.apart; });
+    std::vector<RectF> taken;
+    taken.reserve(dots.size() + 1);
+    if (!dots.empty() && dots.front().car->player) { // nothing lies over his dot
+        const CarDot& own = dots.front();
+        taken.push_back({own.at.x - own.radius, own.at.y - own.radius, own.at.x + own.radius,
+                         own.at.y + own.radius});
+    }
+    for (const CarDot& dot : dots) {
+        if (dot.car->number <= 0) continue;
+        char label[16];
+        std::snprintf(label, sizeof label, "#%d", dot.car->number);
+        const TextStyle style{Face::sans, size, 700};
+        const PointF over{dot.at.x, dot.at.y - dot.radius - size * 0.8f};
+        const float half = p.width(style, label) / 2 + 2, height = size * 0.6f;
+        const RectF plate{over.x - half, over.y - height, over.x + half, over.y + height};
+        const bool free = std::none_of(taken.begin(), taken.end(), [&plate](const RectF& other) {
+            return plate.left < other.right && other.left < plate.right &&
+                   plate.top < other.bottom && other.top < plate.bottom;
+        });
+        if (!free) continue;
+        taken.push_back(plate);
+        // A plate of its own: the road beneath may be as light as the figures.
+        p.canvas.fillRect(plate, p.ink({0, 0, 0, 0.6f}));
+        drawLabel(p, over, label, style, {1, 1, 1, 1});
+    }
+}
+
+void drawCars(ListPainter& p, std::vector<CarDot>& dots, float playerPct, bool numbers,
+              float size) {
+    for (CarDot& dot : dots) {
+        p.canvas.fillEllipse(dot.at, dot.radius + 1.5f, dot.radius + 1.5f, p.ink({0, 0, 0, 0.75f}));
+        p.canvas.fillEllipse(dot.at, dot.radius, dot.radius, p.ink(dot.car->colour));
+        const float way = std::abs(dot.car->pct - playerPct);
+        dot.apart = dot.car->player ? -1 : std::min(way, std::abs(1 - way));
+    }
+    if (numbers) drawNumbers(p, dots, size);
 }
 
 // ---- the road ahead -----------------------------------------------------------------------------
@@ -298,9 +332,12 @@ void TrackMapOverlay::drawLap(ListPainter& p, RectF rect, const SimFrame& shown,
                       colours.dim);
     }
     buildMapCars(cars_, shape_, shown);
+    std::vector<CarDot> dots;
+    dots.reserve(cars_.size());
     for (const MapCar& car : cars_)
-        drawCar(p, fit_(car.at), car, car.player ? 6.5f : 5.0f, c.tmShowCarNumbers,
-                8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f));
+        dots.push_back({fit_(car.at), &car, car.player ? 6.5f : 5.0f});
+    drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers,
+             8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f));
 }
 
 bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& shown, float text) {
@@ -324,7 +361,11 @@ bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& show
     const float zoom = std::clamp(c.tmFollowZoomM, 80.0f, 800.0f);
     if (!buildFollow(view, shape_, shown.lapDistPct, zoom, road)) return false;
     const Ahead ahead{p, shape_, view, colours, shown.lapDistPct, zoom * 0.4f, zoom * 1.3f};
-    p.canvas.pushClip(rect);
+    // The bar keeps its corner of the picture to itself.
+    RectF open = rect;
+    if (bar > 0 && c.tmFollowInfoPos == 0) open.bottom = info.top - 2;
+    if (bar > 0 && c.tmFollowInfoPos != 0) open.top = info.bottom + 2;
+    p.canvas.pushClip(open);
     drawBand(ahead);
     if (c.tmFollowPedals) drawPedals(ahead);
     if (c.tmFollowBrakePt) drawBrakePoint(ahead, call);
@@ -334,12 +375,15 @@ bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& show
         p.canvas.strokeEllipse(at, 7, 7, p.ink(severityColour(call.severity)), 3);
     }
     buildMapCars(cars_, shape_, shown);
+    std::vector<CarDot> dots;
+    dots.reserve(cars_.size());
     for (const MapCar& car : cars_) {
-        if (car.player) continue;
         const PointF at = view(car.at);
-        if (at.x >= road.left && at.x < road.right && at.y >= road.top && at.y < road.bottom)
-            drawCar(p, at, car, 5, c.tmShowCarNumbers, 8 * text);
+        if (!car.player && at.x >= road.left && at.x < road.right && at.y >= road.top &&
+            at.y < road.bottom)
+            dots.push_back({at, &car});
     }
+    drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers, 8 * text);
     const PointF me = view.anchor;
     const PathRef arrow = PathBuilder()
                               .moveTo(me.x, me.y - 10)
@@ -355,8 +399,8 @@ bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& show
         ground = {kBrake.r * 0.55f, kBrake.g * 0.55f, kBrake.b * 0.55f, 0.9f};
     else if (c.tmFollowInfoTint && shown.throttle > 0.5f)
         ground = {kThrottle.r * 0.4f, kThrottle.g * 0.4f, kThrottle.b * 0.4f, 0.9f};
-    drawInfo(p, info, cells, ground, colours, text);
     p.canvas.popClip();
+    drawInfo(p, info, cells, ground, colours, text);
     return true;
 }
 
