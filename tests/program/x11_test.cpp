@@ -27,7 +27,7 @@ constexpr const char* kStandings = "VT Standings";
 constexpr const char* kPanel = "VT Overlays";
 
 // In the panel's client area at 96 dpi.
-constexpr int kOverlays = 7; // rows of the program's window
+constexpr int kOverlays = 10; // rows of the program's window
 constexpr int kButtons = 86 + kOverlays * 46 + 27;
 constexpr PointI kRelativeRow{190, 106}, kDemoButton{100, kButtons}, kArrangeButton{280, kButtons};
 

@@ -2,6 +2,9 @@
 
 #include "overlay/overlays/delta_trace_overlay.h"
 #include "overlay/overlays/fuel_overlay.h"
+#include "overlay/overlays/pit_helper.h"
+#include "overlay/overlays/privacy_cover.h"
+#include "overlay/overlays/race_info.h"
 #include "overlay/overlays/relative_overlay.h"
 #include "overlay/overlays/spotter_overlay.h"
 #include "overlay/overlays/standings_overlay.h"
@@ -29,6 +32,9 @@ const std::vector<OverlayKind>& overlayKinds() {
         {kSlotTrackStrip, make<TrackStripOverlay>},
         {kSlotSpotter, make<SpotterOverlay>},
         {kSlotFuel, make<FuelOverlay>},
+        {kSlotPitHelper, make<PitHelperOverlay>},
+        {kSlotRaceInfo, make<RaceInfoOverlay>},
+        {kSlotCover, make<PrivacyCoverOverlay>},
     };
     return kinds;
 }
