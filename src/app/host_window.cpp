@@ -12,7 +12,7 @@ namespace vt {
 
 namespace {
 
-constexpr float kWidth = 380, kMargin = 20, kRowHeight = 40, kButtonHeight = 38;
+constexpr float kWidth = 380, kMargin = 20, kRowHeight = 30, kRowGap = 4, kButtonHeight = 38;
 constexpr float kCaptionRoom = 32, kFreeGap = 24;
 constexpr int kDemoHit = -2, kArrangeHit = -3, kImportHit = -4;
 
@@ -131,7 +131,7 @@ HostPlan hostPlan(size_t rowCount) {
     plan.title = rectAt(kMargin, 16, kWidth - 2 * kMargin, 26);
     plan.status = rectAt(kMargin, 48, kWidth - 2 * kMargin, 22);
     float y = 86;
-    for (size_t i = 0; i < rowCount; ++i, y += kRowHeight + 6)
+    for (size_t i = 0; i < rowCount; ++i, y += kRowHeight + kRowGap)
         plan.rows.push_back(rectAt(kMargin, y, kWidth - 2 * kMargin, kRowHeight));
     y += 8;
     const float half = (kWidth - 2 * kMargin - 12) / 2;

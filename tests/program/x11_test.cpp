@@ -28,8 +28,8 @@ constexpr const char* kPanel = "VT Overlays";
 
 // In the panel's client area at 96 dpi.
 constexpr int kOverlays = 10; // rows of the program's window
-constexpr int kButtons = 86 + kOverlays * 46 + 27;
-constexpr PointI kRelativeRow{190, 106}, kDemoButton{100, kButtons}, kArrangeButton{280, kButtons};
+constexpr int kButtons = 86 + kOverlays * 34 + 27;
+constexpr PointI kRelativeRow{190, 101}, kDemoButton{100, kButtons}, kArrangeButton{280, kButtons};
 
 struct Shown {
     bool visible = false;
