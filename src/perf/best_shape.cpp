@@ -78,22 +78,27 @@ bool loadBestShape(const std::string& dataDir, const std::string& baseDir, int32
                    float trackLength, MetreLine& out) {
     out = {};
     if (trackId < 1) return false;
-    const auto found = [&out](MetreLine&& line) {
+    const auto found = [&out](MetreLine&& line, LineSource source) {
         out = std::move(line);
+        out.source = source;
         return true;
     };
     GpsMap survey;
     MetreLine line;
     if (loadGpsMapForTrack(dataDir, baseDir, trackId, survey) && fromSurvey(survey, line))
-        return found(std::move(line));
+        return found(std::move(line), LineSource::survey);
     TrackBinMap bins;
-    for (const std::string& path :
-         {communityMapPath(dataDir, trackId), mapFilePath(baseDir, "trackmaps", trackId)})
-        if (readTrackBinMap(path, trackId, bins) && metreLineOf(bins, trackLength, line))
-            return found(std::move(line));
-    if (fromDrawing(mapFilePath(dataDir, "tracks", trackId), trackId, trackLength, false, line) ||
-        fromDrawing(learnedMapPath(baseDir, trackId), trackId, trackLength, true, line))
-        return found(std::move(line));
+    const auto ofBins = [&](const std::string& path) {
+        return readTrackBinMap(path, trackId, bins) && metreLineOf(bins, trackLength, line);
+    };
+    if (ofBins(communityMapPath(dataDir, trackId)))
+        return found(std::move(line), LineSource::community);
+    if (ofBins(mapFilePath(baseDir, "trackmaps", trackId)))
+        return found(std::move(line), LineSource::ownBins);
+    if (fromDrawing(mapFilePath(dataDir, "tracks", trackId), trackId, trackLength, false, line))
+        return found(std::move(line), LineSource::shippedDrawing);
+    if (fromDrawing(learnedMapPath(baseDir, trackId), trackId, trackLength, true, line))
+        return found(std::move(line), LineSource::learnedDrawing);
     return false;
 }
 

@@ -76,7 +76,9 @@ bool storePitPath(const std::string& baseDir, int32_t trackId, const PitPath& pa
 /// The centre line in metres with unit normals to the right, of the best source for iRacing that
 /// has metres: surveyed map, community map, own bin map, drawn map scaled by `trackLength`, learned
 /// map likewise. Evenly spaced in lap fraction; empty when nothing is known.
+enum class LineSource : int { none, survey, community, ownBins, shippedDrawing, learnedDrawing };
 struct MetreLine {
+    LineSource source = LineSource::none;
     std::vector<PointF> points, normals;
     float length = 0;   // m
     bool north = false; // y is north; false = the drawing's own orientation

@@ -206,6 +206,12 @@ struct RoadOffsetSolver::State {
     void adopt(KnownTrack&& known) {
         cal = std::move(known.cal);
         map = std::move(known.map);
+        // Another source's centre line lies elsewhere: offsets of before do not compare.
+        const auto source = static_cast<int32_t>(map.source);
+        if (cal.mapSource != 0 && source != 0 && cal.mapSource != source) {
+            ++cal.calVersion;
+            cal.mapSource = source;
+        }
         versionTable = cal.stationOffsetM;
         offset = 0;
         dirty = true; // the lap so far was not followed

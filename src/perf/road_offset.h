@@ -23,6 +23,7 @@ struct TrackCal {
     std::array<float, kCalStations> stationOffsetM{};
     float mapBaseline = 0;
     bool mapClockwise = false;
+    int32_t mapSource = 0; // `LineSource` of the map it was learned against; 0 = not known
 };
 
 /// The driver's file first, then the shipped one. False and defaults when neither is whole.

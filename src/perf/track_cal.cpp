@@ -36,6 +36,8 @@ bool readTrackCal(const std::string& path, int32_t trackId, TrackCal& out) {
         !mapFloats(root, "stationOffsetM", kCalStations, kStationMax, stations) ||
         !mapFloat(root, "mapBaseline", 1e9f, cal.mapBaseline))
         return false;
+    if (root.contains("mapSource") && !mapInteger(root, "mapSource", 0, 100, cal.mapSource))
+        return false;
     if (root.contains("laps") && !mapInteger(root, "laps", 0, kCountMax, cal.laps)) return false;
     std::copy(stations.begin(), stations.end(), cal.stationOffsetM.begin());
     cal.mapClockwise = readBool(root, "mapClockwise", false);
@@ -158,6 +160,7 @@ bool saveTrackCal(const std::string& baseDir, const TrackCal& cal) {
     out.list("stationOffsetM", cal.stationOffsetM);
     out.member("mapBaseline", cal.mapBaseline);
     out.member("mapClockwise", cal.mapClockwise);
+    out.member("mapSource", cal.mapSource);
     out.end('}');
     const std::string path = calPath(baseDir, cal.trackId);
     TrackCal old;
@@ -212,6 +215,7 @@ bool foldCalLap(TrackCal& cal, const MetreLine& map, const CalLap& lap,
     }
     cal.laps = std::min(cal.laps + 1, kCountMax);
     cal.mapBaseline = 0;
+    cal.mapSource = static_cast<int32_t>(map.source);
     cal.mapClockwise = drivenClockwise(map.points);
     return true;
 }

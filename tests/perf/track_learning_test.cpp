@@ -560,6 +560,24 @@ TEST_F(TrackLearning, TheOffsetFollowsTheCarAcrossTheRoad) {
         EXPECT_LT(centre.laps[lap].p95, 0.6f) << lap;
     EXPECT_EQ(centre.cal.laps, 6);
 
+    // The same calibration under a map from another source: its line lies elsewhere.
+    const auto versionFor = [&](int32_t source) {
+        TrackCal changed = centre.cal;
+        changed.mapSource = source;
+        EXPECT_TRUE(saveTrackCal(folder, changed));
+        RoadOffsetSolver solver("", folder, true);
+        model::Race race = alone(circuit);
+        model::stepRace(race, 1.0 / 60);
+        solveRoadOffset(solver, sampleOf(race, 0.4));
+        solver.settle();
+        model::stepRace(race, 1.0 / 60);
+        return solveRoadOffset(solver, sampleOf(race, 0.4)).lateralCalVersion;
+    };
+    EXPECT_EQ(centre.cal.mapSource, static_cast<int32_t>(LineSource::survey));
+    EXPECT_EQ(versionFor(static_cast<int32_t>(LineSource::ownBins)), centre.cal.calVersion + 1);
+    EXPECT_EQ(versionFor(0), centre.cal.calVersion) << "a file of before knows no source";
+    EXPECT_EQ(versionFor(centre.cal.mapSource), centre.cal.calVersion);
+
     // A true compass on a true line, before anything is learned: a few centimetres.
     ASSERT_TRUE(saveGpsMap(folder + "/fresh", centreMap(circuit)));
     const OffsetRun fresh = runSolver(circuit, folder + "/fresh", 0, {});

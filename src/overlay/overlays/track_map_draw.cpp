@@ -67,17 +67,14 @@ struct CarDot {
     float apart = 0; // of a lap, from the player; his own comes first
 };
 
-/// In a pack there is no room for every number: those nearest to the player are written.
-void drawNumbers(ListPainter& p, std::vector<CarDot>& dots, float size) {
+/// In a pack there is no room for every number: those nearest to the player are written. `own` is
+/// where he stands, which nothing may cover.
+void drawNumbers(ListPainter& p, std::vector<CarDot>& dots, float size, RectF own) {
     std::stable_sort(dots.begin(), dots.end(),
                      [](const CarDot& a, const CarDot& b) { return a.apart < b.apart; });
     std::vector<RectF> taken;
     taken.reserve(dots.size() + 1);
-    if (!dots.empty() && dots.front().car->player) { // nothing lies over his dot
-        const CarDot& own = dots.front();
-        taken.push_back({own.at.x - own.radius, own.at.y - own.radius, own.at.x + own.radius,
-                         own.at.y + own.radius});
-    }
+    taken.push_back(own);
     for (const CarDot& dot : dots) {
         if (dot.car->number <= 0) continue;
         char label[16];
@@ -98,15 +95,18 @@ void drawNumbers(ListPainter& p, std::vector<CarDot>& dots, float size) {
     }
 }
 
-void drawCars(ListPainter& p, std::vector<CarDot>& dots, float playerPct, bool numbers,
-              float size) {
+void drawCars(ListPainter& p, std::vector<CarDot>& dots, float playerPct, bool numbers, float size,
+              RectF own) {
     for (CarDot& dot : dots) {
         p.canvas.fillEllipse(dot.at, dot.radius + 1.5f, dot.radius + 1.5f, p.ink({0, 0, 0, 0.75f}));
         p.canvas.fillEllipse(dot.at, dot.radius, dot.radius, p.ink(dot.car->colour));
         const float way = std::abs(dot.car->pct - playerPct);
         dot.apart = dot.car->player ? -1 : std::min(way, std::abs(1 - way));
+        if (dot.car->player)
+            own = {dot.at.x - dot.radius, dot.at.y - dot.radius, dot.at.x + dot.radius,
+                   dot.at.y + dot.radius};
     }
-    if (numbers) drawNumbers(p, dots, size);
+    if (numbers) drawNumbers(p, dots, size, own);
 }
 
 // ---- the road ahead -----------------------------------------------------------------------------
@@ -337,7 +337,7 @@ void TrackMapOverlay::drawLap(ListPainter& p, RectF rect, const SimFrame& shown,
     for (const MapCar& car : cars_)
         dots.push_back({fit_(car.at), &car, car.player ? 6.5f : 5.0f});
     drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers,
-             8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f));
+             8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f), {});
 }
 
 bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& shown, float text) {
@@ -383,8 +383,9 @@ bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& show
             at.y < road.bottom)
             dots.push_back({at, &car});
     }
-    drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers, 8 * text);
     const PointF me = view.anchor;
+    drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers, 8 * text,
+             {me.x - 7, me.y - 10, me.x + 7, me.y + 8});
     const PathRef arrow = PathBuilder()
                               .moveTo(me.x, me.y - 10)
                               .lineTo(me.x + 7, me.y + 8)
