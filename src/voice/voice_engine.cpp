@@ -134,7 +134,10 @@ struct Renderer {
         if (!player.current) {
             // One period ahead, so that a new word starts quickly; after a while nothing at all.
             if (idleFrames > static_cast<uint64_t>(info.format.rate) * kQuietSeconds) return true;
-            frames = std::min(frames, info.periodFrames);
+            // What a clip left in the buffer drains first.
+            const uint32_t ahead = info.bufferFrames - frames;
+            if (ahead >= info.periodFrames) return true;
+            frames = std::min(frames, info.periodFrames - ahead);
             idleFrames += frames;
             return audio.write(sink, nullptr, frames);
         }

@@ -1,5 +1,5 @@
 // Engines on a real sound server with outputs that nobody hears: what its monitor recorded.
-// VT_ONSETS=1 measures how long a request takes to be sound there.
+// VT_ONSETS=SECONDS measures how long a request takes to be sound there, that long after the last.
 #include "engines.h"
 
 #include <algorithm>
@@ -281,7 +281,7 @@ TEST_F(SoundServer, OutputsThatGoChangeAndComeBackAreUsed) {
 }
 
 /// ms from the request until the server's monitor gave the first sample, once per request.
-std::vector<double> onsetsOf(VoiceEngine& engine, int requests) {
+std::vector<double> onsetsOf(VoiceEngine& engine, int requests, double pauseSeconds) {
     std::vector<double> out;
     std::FILE* in = popen("exec parec -d vt_null.monitor --rate=48000 --channels=1 "
                           "--format=float32le --latency-msec=5",
@@ -302,7 +302,8 @@ std::vector<double> onsetsOf(VoiceEngine& engine, int requests) {
         if (waiting && loud) {
             out.push_back(std::chrono::duration<double, std::milli>(now - asked).count());
             waiting = false;
-            nextAt = at + 0.6 + 0.0037 * static_cast<double>(out.size() % 10);
+            nextAt =
+                at + std::max(pauseSeconds, 0.6) + 0.0037 * static_cast<double>(out.size() % 10);
         } else if (!waiting && at > nextAt) {
             asked = Clock::now();
             voiceSayPhrase(engine, 0);
@@ -315,14 +316,15 @@ std::vector<double> onsetsOf(VoiceEngine& engine, int requests) {
 }
 
 TEST_F(SoundServer, OnsetIsMeasured) {
-    if (!std::getenv("VT_ONSETS")) GTEST_SKIP() << "VT_ONSETS=1 measures";
+    const char* pauses = std::getenv("VT_ONSETS");
+    if (!pauses) GTEST_SKIP() << "VT_ONSETS=0.6 measures";
     startServer();
     if (IsSkipped()) return;
     plug("vt_null");
     VoiceEngine engine;
     voiceConfigure(engine, wanted());
     waitReady(engine);
-    const std::vector<double> times = onsetsOf(engine, 40);
+    const std::vector<double> times = onsetsOf(engine, 40, std::atof(pauses));
     ASSERT_EQ(times.size(), 40u);
     std::printf("from the request to the recorded sound: median %.1f ms, p90 %.1f, worst %.1f\n",
                 times[20], times[36], times[39]);
