@@ -10,7 +10,9 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <unistd.h>
 
 using namespace vt;
 using namespace vt::test;
@@ -118,6 +120,51 @@ TEST(TrackMapFit, KeepsTheProportion) {
     EXPECT_NEAR(right.x - left.x, 400, 1);
     EXPECT_NEAR(fit({0, 0}).y - top.y, 15 * 400 / 330.0f, 0.5f) << "north is up";
     EXPECT_NEAR((left.x + right.x) / 2, 210, 0.1f);
+}
+
+TEST(TrackMapPictures, TheRoadAheadThroughAHairpin) {
+    const TrackShape shape = hairpins();
+    RoadMap road;
+    road.simKind = kSimLmu;
+    road.trackId = 77;
+    road.length = shape.length;
+    road.laps = 5;
+    road.normalSign = 1;
+    for (const PointF& point : shape.line) {
+        RoadBin bin;
+        bin.x = point.x;
+        bin.y = point.y;
+        bin.count = bin.leftCount = bin.rightCount = 9;
+        bin.edgeLeft = bin.edgeRight = 5;
+        road.bins.push_back(bin);
+    }
+    roadNormals(road);
+    const auto folder =
+        std::filesystem::temp_directory_path() / ("vt_hairpin_" + std::to_string(::getpid()));
+    std::filesystem::create_directories(folder);
+    ASSERT_TRUE(roadMapSave(road, folder));
+    AppConfig config = defaultAppConfig(1920, 1080);
+    Clock clock = manualClock();
+    OverlayHost host{config, clock};
+    host.tracks.baseDir = folder;
+    config.trackmap.enabled = config.trackmap.tmFollow = true;
+    SimFrame frame;
+    frame.connected = frame.isOnTrack = frame.worldOk = 1;
+    frame.simKind = kSimLmu;
+    frame.trackId = 77;
+    frame.trackLength = shape.length;
+    for (const float metres : {240.0f, 295.0f, 323.0f, 350.0f, 692.0f, 4.0f}) {
+        TrackMapOverlay overlay(host);
+        frame.lapDistPct = metres / shape.length;
+        overlay.prepareFrame(&frame);
+        const BitmapRef picture = renderPreview(overlay, 1, &frame);
+        ASSERT_TRUE(picture);
+        const char* out = std::getenv("VT_PICTURES");
+        if (out)
+            savePng(*picture, std::string(out) + "/map_hairpin_" +
+                                  std::to_string(static_cast<int>(metres)) + ".png");
+    }
+    std::filesystem::remove_all(folder);
 }
 
 TEST(TrackMapPictures, Styles) {
