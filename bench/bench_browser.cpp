@@ -54,7 +54,7 @@ void convert(benchmark::State& state) {
     const auto in = premultiplied(width, height, static_cast<PictureKind>(state.range(0)));
     std::vector<uint8_t> out(in.size());
     for (auto _ : state) {
-        straightRgba(in.data(), width, height, width * 4, out.data());
+        straightRgba(in.data(), width, height, width * 4, out.data(), width * 4);
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
     }
@@ -81,7 +81,7 @@ BENCHMARK(paintWithoutViewer);
 void paintWithViewer(benchmark::State& state) {
     FrameHub hub;
     hub.running = true;
-    hubSubscribe(hub, kSlotRelative, true, [](StreamMessage) {});
+    hubSubscribe(hub, kSlotRelative, {true, false}, [](StreamMessage) {});
     const BitmapRef picture = createBitmap(400, 480);
     for (auto _ : state)
         hubCapture(hub, kSlotRelative, bitmapPixels(*picture));

@@ -24,32 +24,48 @@ canvas { display: block; }
 const SLOT = "__SLOT__", KEY = "__KEY__";
 const canvas = document.getElementById("picture");
 const context = canvas.getContext("2d");
-let W = 0, H = 0, image = null;
+let W = 0, H = 0, parts = false;
 
-function resize(w, h) {
-  W = w;
-  H = h;
+function resize(message) {
+  W = message.w;
+  H = message.h;
+  parts = message.parts === true;
   canvas.width = W;
   canvas.height = H;
-  image = context.createImageData(W, H);
   context.clearRect(0, 0, W, H);
 }
 
-function paint(bytes) {
+function put(buffer, at, x, y, w, h) {
+  const pixels = new Uint8ClampedArray(buffer, at, w * h * 4);
+  context.putImageData(new ImageData(pixels, w, h), x, y);
+}
+
+function paint(buffer) {
   // Any other length: a resize is in flight; wait for the size message.
-  if (!image || bytes.byteLength !== W * H * 4) return;
-  image.data.set(new Uint8ClampedArray(bytes));
-  context.putImageData(image, 0, 0);
+  if (buffer.byteLength === W * H * 4) put(buffer, 0, 0, 0, W, H);
+}
+
+// The number of parts, the place and size of each, then their pixels.
+function paintParts(buffer) {
+  const head = new DataView(buffer), count = head.getUint32(0, true);
+  let at = 4 + count * 8;
+  for (let i = 4; i < 4 + count * 8; i += 8) {
+    const [x, y, w, h] = [0, 2, 4, 6].map((field) => head.getUint16(i + field, true));
+    put(buffer, at, x, y, w, h);
+    at += w * h * 4;
+  }
 }
 
 function connect() {
   const socket = new WebSocket(
-    "ws://" + location.host + "/ws?slot=" + SLOT + "&key=" + KEY + "&v=2");
+    "ws://" + location.host + "/ws?slot=" + SLOT + "&key=" + KEY + "&v=2&parts=1");
   socket.binaryType = "arraybuffer";
   socket.onmessage = (event) => {
     if (typeof event.data === "string") {
       const message = JSON.parse(event.data);
-      if (message.type === "size") resize(message.w, message.h);
+      if (message.type === "size") resize(message);
+    } else if (parts) {
+      paintParts(event.data);
     } else {
       paint(event.data);
     }

@@ -74,6 +74,7 @@ BrowserAnswer resourceOf(std::string_view target) {
         answer.kind = BrowserAnswer::viewer;
         answer.code = 101;
         answer.ackMode = queryValue(target, "v") == "2";
+        answer.parts = queryValue(target, "parts") == "1";
         key = queryValue(target, "slot");
     } else if (path.substr(0, kOverlay.size()) == kOverlay) {
         answer.kind = BrowserAnswer::overlayPage;

@@ -19,6 +19,7 @@ struct BrowserAnswer {
     int code = 404;       // HTTP; 200 for pages, 101 for a viewer
     int slot = -1;        // of an overlay's page and of a viewer
     bool ackMode = false; // the viewer says when it is ready for the next frame
+    bool parts = false;   // it takes what changed in place of whole pictures
 };
 
 /// GET /overlay/<slot key>, GET / and the upgrade at /ws. Unknown paths and slots are 404 before

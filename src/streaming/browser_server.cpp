@@ -60,8 +60,8 @@ private:
 class Viewer : public std::enable_shared_from_this<Viewer> {
 public:
     Viewer(Shared& shared, beast::tcp_stream stream, const BrowserAnswer& answer)
-        : shared_(shared), place_(shared.viewers), socket_(std::move(stream)), slot_(answer.slot),
-          ackMode_(answer.ackMode) {}
+        : shared_(shared), place_(shared.viewers), socket_(std::move(stream)),
+          slot_(answer.slot), offer_{answer.ackMode, answer.parts} {}
     ~Viewer() { leave(); }
 
     void run(Header request) {
@@ -83,7 +83,7 @@ public:
 private:
     void open() {
         id_ = hubSubscribe(
-            shared_.hub, slot_, ackMode_,
+            shared_.hub, slot_, offer_,
             [weak = weak_from_this(), strand = socket_.get_executor()](StreamMessage message) {
                 net::post(strand, [weak, message = std::move(message)]() mutable {
                     if (const auto self = weak.lock()) self->write(std::move(message));
@@ -128,7 +128,7 @@ private:
     Place place_;
     websocket::stream<beast::tcp_stream> socket_;
     const int slot_;
-    const bool ackMode_;
+    const ViewerOffer offer_;
     Header request_;
     beast::flat_buffer buffer_;
     StreamMessage message_; // on its way

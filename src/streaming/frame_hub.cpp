@@ -1,46 +1,12 @@
 #include "streaming/frame_hub.h"
 
 #include "platform/thread_name.h"
-#include "streaming/straight_alpha.h"
 
 #include <cstdio>
 #include <cstring>
 #include <thread>
 
 namespace vt {
-
-/// Buffers come back when the last viewer has been sent them: a slow viewer keeps one, not a queue.
-class FrameBytesPool : public std::enable_shared_from_this<FrameBytesPool> {
-public:
-    std::shared_ptr<FrameBytes> take(size_t size) {
-        std::unique_ptr<FrameBytes> bytes;
-        {
-            const std::lock_guard lock(mutex_);
-            if (!spare_.empty()) {
-                bytes = std::move(spare_.back());
-                spare_.pop_back();
-            }
-        }
-        if (!bytes) bytes = std::make_unique<FrameBytes>();
-        // A picture that has shrunk a lot must not keep the memory of a large one.
-        if (bytes->capacity() > size * 2) *bytes = FrameBytes();
-        bytes->resize(size);
-        return {bytes.release(),
-                [pool = shared_from_this()](FrameBytes* back) { pool->giveBack(back); }};
-    }
-
-private:
-    static constexpr size_t kKept = 2;
-
-    void giveBack(FrameBytes* bytes) {
-        std::unique_ptr<FrameBytes> owned(bytes);
-        const std::lock_guard lock(mutex_);
-        if (spare_.size() < kKept) spare_.push_back(std::move(owned));
-    }
-
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<FrameBytes>> spare_;
-};
 
 namespace {
 
@@ -52,57 +18,38 @@ StreamClient* find(FrameHub& hub, uint64_t id) {
     return nullptr;
 }
 
-void encodeNewest(FrameExchange& exchange, SlotEncoded& encoded) {
-    const FramePixels* frame = takeNewFrame(exchange);
-    if (!frame) return;
-    if (!encoded.pool) encoded.pool = std::make_shared<FrameBytesPool>();
-    const auto bytes = encoded.pool->take(frame->bytes.size());
-    straightRgba(frame->bytes.data(), frame->width, frame->height, frame->width * 4, bytes->data());
-    encoded.bytes = bytes;
-    encoded.width = frame->width;
-    encoded.height = frame->height;
-    ++encoded.counter;
-}
-
-std::string sizeText(int width, int height) {
-    char text[64];
-    std::snprintf(text, sizeof text, R"({"type":"size","w":%u,"h":%u})",
-                  static_cast<unsigned>(width), static_cast<unsigned>(height));
+std::string sizeText(const StreamPicture& picture, bool parts) {
+    char text[80];
+    std::snprintf(text, sizeof text, R"({"type":"size","w":%u,"h":%u%s})",
+                  static_cast<unsigned>(picture.width), static_cast<unsigned>(picture.height),
+                  parts ? R"(,"parts":true)" : "");
     return text;
 }
 
 /// True when something was sent. A size and the pixels behind it are two messages: the viewer
 /// answers each.
-bool sendTo(StreamClient& client, const SlotEncoded& encoded) {
+bool sendTo(StreamClient& client, StreamPicture& picture) {
     if (client.awaitingAck || client.writing) return false;
     StreamMessage message;
-    if (client.sentWidth != encoded.width || client.sentHeight != encoded.height) {
-        message.text = sizeText(encoded.width, encoded.height);
-        client.sentWidth = encoded.width;
-        client.sentHeight = encoded.height;
+    if (client.sentWidth != picture.width || client.sentHeight != picture.height) {
+        message.text = sizeText(picture, client.offer.parts);
+        client.sentWidth = picture.width;
+        client.sentHeight = picture.height;
         client.sentCounter = 0;
-    } else if (client.sentCounter != encoded.counter) {
-        message.pixels = encoded.bytes;
-        client.sentCounter = encoded.counter;
+    } else if (client.sentCounter != picture.counter) {
+        message.pixels =
+            client.offer.parts ? changedParts(picture, client.sentCounter) : wholePicture(picture);
+        client.sentCounter = picture.counter;
     } else {
         return false;
     }
-    client.awaitingAck = client.ackMode;
+    client.awaitingAck = client.offer.ackMode;
     client.writing = true;
     client.send(std::move(message));
     return true;
 }
 
-void forget(SlotEncoded& encoded) {
-    encoded.bytes.reset();
-    encoded.pool.reset();
-    encoded.width = encoded.height = 0; // the counter goes on: no viewer may meet it again
-}
-
 } // namespace
-
-FrameHub::FrameHub() = default;
-FrameHub::~FrameHub() = default;
 
 bool hubCapture(FrameHub& hub, int slot, const PixelView& picture) {
     if (!picture.data || picture.width <= 0 || picture.height <= 0) return false;
@@ -128,7 +75,7 @@ bool hubCapture(FrameHub& hub, int slot, const PixelView& picture) {
     return wanted;
 }
 
-uint64_t hubSubscribe(FrameHub& hub, int slot, bool ackMode,
+uint64_t hubSubscribe(FrameHub& hub, int slot, ViewerOffer offer,
                       std::function<void(StreamMessage)> send) {
     uint64_t id = 0;
     {
@@ -136,7 +83,7 @@ uint64_t hubSubscribe(FrameHub& hub, int slot, bool ackMode,
         StreamClient client;
         client.id = id = hub.nextId++;
         client.slot = slot;
-        client.ackMode = ackMode;
+        client.offer = offer;
         client.send = std::move(send);
         hub.clients.push_back(std::move(client));
         const auto at = static_cast<size_t>(slot);
@@ -185,20 +132,20 @@ int hubRound(FrameHub& hub) {
     bool sent = false, watched = false;
     for (size_t slot = 0; slot < kSlotCount; ++slot) {
         FrameExchange& exchange = hub.exchanges[slot];
-        SlotEncoded& encoded = hub.encoded[slot];
+        StreamPicture& picture = hub.pictures[slot];
         if (hub.subscriberCount[slot].load() > 0) {
             watched = true;
-            encodeNewest(exchange, encoded);
-            if (!encoded.bytes) continue;
+            if (const FramePixels* frame = takeNewFrame(exchange)) updatePicture(picture, *frame);
+            if (picture.width == 0) continue;
             const std::lock_guard lock(hub.clientsMutex);
             for (StreamClient& client : hub.clients)
-                if (client.slot == static_cast<int>(slot)) sent |= sendTo(client, encoded);
+                if (client.slot == static_cast<int>(slot)) sent |= sendTo(client, picture);
         } else if (exchange.holdsMemory.load()) {
             // Under the lock nobody can subscribe, so no capture can begin.
             const std::lock_guard lock(hub.clientsMutex);
             if (hub.subscriberCount[slot].load() > 0 || exchange.captureBusy.load()) continue;
             freeFrames(exchange);
-            forget(encoded);
+            forgetPicture(picture);
         }
     }
     return !watched ? kIdleMs : sent ? kSentMs : kWaitMs;
@@ -225,7 +172,7 @@ void hubClear(FrameHub& hub) {
         while (hub.exchanges[slot].captureBusy.load())
             std::this_thread::yield();
         freeFrames(hub.exchanges[slot]);
-        forget(hub.encoded[slot]);
+        forgetPicture(hub.pictures[slot]);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "platform/canvas.h"
 #include "platform/clock.h"
 #include "streaming/frame_exchange.h"
+#include "streaming/stream_picture.h"
 
 #include <array>
 #include <atomic>
@@ -18,47 +19,35 @@
 
 namespace vt {
 
-/// Straight RGBA, width * height * 4 bytes; shared by all viewers it is on its way to.
-using FrameBytes = std::vector<uint8_t>;
-
 /// One of the two.
 struct StreamMessage {
     std::string text;
-    std::shared_ptr<const FrameBytes> pixels;
+    SharedBytes pixels; // wholePicture, or changedParts for a viewer that takes parts
+};
+
+/// What a viewer said of itself when it came.
+struct ViewerOffer {
+    bool ackMode = false; // takes nothing more until it has answered
+    bool parts = false;   // takes what changed in place of whole pictures
 };
 
 struct StreamClient {
     uint64_t id = 0;
     int slot = 0;
+    ViewerOffer offer;
     int sentWidth = 0, sentHeight = 0;
     uint64_t sentCounter = 0;
-    bool ackMode = false; // takes nothing more until it has answered
     bool awaitingAck = false;
     bool writing = false; // a message has not left this PC yet
     /// Must not block and must not call back into the hub; `hubWritten` follows from elsewhere.
     std::function<void(StreamMessage)> send;
 };
 
-class FrameBytesPool;
-
-/// The newest picture of a slot as viewers get it. Sender only.
-struct SlotEncoded {
-    std::shared_ptr<const FrameBytes> bytes; // null: none yet
-    int width = 0, height = 0;
-    uint64_t counter = 0; // grows with each picture
-    std::shared_ptr<FrameBytesPool> pool;
-};
-
 struct FrameHub {
-    FrameHub();
-    ~FrameHub();
-    FrameHub(const FrameHub&) = delete;
-    FrameHub& operator=(const FrameHub&) = delete;
-
     std::atomic<bool> running{false};                           // main writes
     std::array<std::atomic<int>, kSlotCount> subscriberCount{}; // written under clientsMutex
     std::array<FrameExchange, kSlotCount> exchanges;
-    std::array<SlotEncoded, kSlotCount> encoded; // sender; main once the sender has ended
+    std::array<StreamPicture, kSlotCount> pictures; // sender; main once the sender has ended
     std::mutex clientsMutex;
     std::vector<StreamClient> clients; // under clientsMutex
     uint64_t nextId = 1;               // under clientsMutex
@@ -82,7 +71,7 @@ bool hubCapture(FrameHub& hub, int slot, const PixelView& picture);
 // ---- the viewers' side; any thread ----
 
 /// Returns the viewer's number.
-uint64_t hubSubscribe(FrameHub& hub, int slot, bool ackMode,
+uint64_t hubSubscribe(FrameHub& hub, int slot, ViewerOffer offer,
                       std::function<void(StreamMessage)> send);
 void hubUnsubscribe(FrameHub& hub, uint64_t id); // unknown numbers are ignored
 /// The viewer answered: it may be sent the next message.

@@ -135,11 +135,12 @@ void straightRow(const Table& table, const uint8_t* in, int width, uint8_t* out)
 
 } // namespace
 
-void straightRgba(const uint8_t* bgra, int width, int height, int stride, uint8_t* out) {
+void straightRgba(const uint8_t* bgra, int width, int height, int stride, uint8_t* out,
+                  int outStride) {
     const Table& table = straightTable(); // alpha 0's row stays zero, whatever the channels hold
     for (int y = 0; y < height; ++y)
         straightRow(table, bgra + static_cast<ptrdiff_t>(y) * stride, width,
-                    out + static_cast<size_t>(y) * static_cast<size_t>(width) * 4);
+                    out + static_cast<ptrdiff_t>(y) * outStride);
 }
 
 } // namespace vt

@@ -69,7 +69,7 @@ TEST(StreamingProgram, AStillOverlayIsSeenAtOnceAndTheSettingsAreFollowed) {
     EXPECT_FALSE(rig.hub().exchanges[kSlotFuel].holdsMemory) << "nobody looks: nothing is copied";
 
     std::atomic<int> width{0}, alpha{-1};
-    hubSubscribe(rig.hub(), kSlotFuel, false, [&](StreamMessage message) {
+    hubSubscribe(rig.hub(), kSlotFuel, {}, [&](StreamMessage message) {
         if (message.pixels)
             alpha = message.pixels->at(message.pixels->size() / 2 + 3);
         else
@@ -78,7 +78,7 @@ TEST(StreamingProgram, AStillOverlayIsSeenAtOnceAndTheSettingsAreFollowed) {
     rig.tick();
     EXPECT_EQ(rig.overlay.draws, 2) << "and it is painted anew";
     const auto until = [](auto condition) {
-        for (int i = 0; i < 300 && !condition(); ++i)
+        for (int i = 0; i < 2000 && !condition(); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         return condition();
     };

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 #include <thread>
 
 using namespace vt;
@@ -30,8 +31,8 @@ struct Picture {
 
 /// A viewer that keeps what it is told: "3x2" for a size, the first channel for pixels.
 struct FakeViewer {
-    FakeViewer(FrameHub& frames, bool ackMode, int slot = kSlot) : hub(frames) {
-        id = hubSubscribe(hub, slot, ackMode, [this](StreamMessage message) {
+    FakeViewer(FrameHub& frames, bool ackMode) : hub(frames) {
+        id = hubSubscribe(hub, kSlot, {ackMode, false}, [this](StreamMessage message) {
             if (!message.pixels) {
                 int w = 0, h = 0;
                 sscanf(message.text.c_str(), R"({"type":"size","w":%d,"h":%d})", &w, &h);
@@ -77,7 +78,7 @@ TEST(StraightAlpha, IsThePlainFormulaForEveryChannelAndAlphaAnywhereInARow) {
                 }
                 in.insert(in.end(), 8, 0x55); // behind the row
             }
-            straightRgba(in.data(), width, 2, width * 4 + 8, out.data());
+            straightRgba(in.data(), width, 2, width * 4 + 8, out.data(), width * 4);
             for (int i = 0; i < width * 2; ++i) {
                 const uint8_t* bgra =
                     &in[static_cast<size_t>(i / width * (width * 4 + 8) + i % width * 4)];
@@ -157,13 +158,13 @@ TEST_F(Hub, LaterViewersGetThePictureThatStandsAndTheLastOneTakesTheMemoryAlong)
 
     first.reset();
     round();
-    EXPECT_TRUE(hub.encoded[kSlot].bytes);
+    EXPECT_EQ(hub.pictures[kSlot].straight.size(), 64u);
     hubUnsubscribe(hub, second.id);
     hubUnsubscribe(hub, second.id);
     EXPECT_EQ(hub.subscriberCount[kSlot], 0);
     round();
     EXPECT_EQ(wait, 250);
-    EXPECT_FALSE(hub.encoded[kSlot].bytes);
+    EXPECT_EQ(hub.pictures[kSlot].straight.capacity(), 0u);
     for (const FramePixels& frame : hub.exchanges[kSlot].frames.frames)
         EXPECT_EQ(frame.bytes.capacity(), 0u);
     EXPECT_FALSE(hubCapture(hub, kSlot, Picture(4, 4, 7).view)) << "nobody looks";
@@ -172,6 +173,114 @@ TEST_F(Hub, LaterViewersGetThePictureThatStandsAndTheLastOneTakesTheMemoryAlong)
     EXPECT_TRUE(hub.captureWanted);
     round();
     EXPECT_TRUE(third.got.empty()) << "nothing of what was freed";
+}
+
+/// A viewer that keeps the picture as a page does: parts are put where they belong.
+struct PartsViewer {
+    explicit PartsViewer(FrameHub& frames) : hub(frames) {
+        id = hubSubscribe(hub, kSlot, {true, true}, [this](StreamMessage message) {
+            ++messages;
+            if (message.pixels)
+                put(*message.pixels);
+            else
+                resize(message.text);
+        });
+    }
+    ~PartsViewer() { hubUnsubscribe(hub, id); }
+    PartsViewer(const PartsViewer&) = delete;
+    PartsViewer& operator=(const PartsViewer&) = delete;
+
+    void resize(const std::string& text) {
+        ASSERT_EQ(
+            sscanf(text.c_str(), R"({"type":"size","w":%d,"h":%d,"parts":true})", &width, &height),
+            2);
+        EXPECT_TRUE(text.ends_with(R"(,"parts":true})"));
+        picture.assign(static_cast<size_t>(width) * height * 4, 0xEE);
+    }
+    void put(const FrameBytes& bytes) {
+        const auto word = [&](size_t at) { return bytes.at(at) | bytes.at(at + 1) << 8; };
+        const size_t count = word(0);
+        ASSERT_GT(count, 0u);
+        size_t at = 4 + count * 8;
+        for (size_t i = 0; i < count; ++i) {
+            const int x = word(4 + i * 8), y = word(6 + i * 8);
+            const int w = word(8 + i * 8), h = word(10 + i * 8);
+            ASSERT_TRUE(x + w <= width && y + h <= height);
+            for (int row = 0; row < h; ++row, at += static_cast<size_t>(w) * 4)
+                std::copy_n(&bytes.at(at), w * 4,
+                            &picture.at((static_cast<size_t>(y + row) * width + x) * 4));
+        }
+        EXPECT_EQ(at, bytes.size());
+        received = bytes.size();
+    }
+    void answer() {
+        hubWritten(hub, id);
+        hubAcknowledge(hub, id);
+    }
+
+    FrameHub& hub;
+    uint64_t id = 0;
+    int width = 0, height = 0, messages = 0;
+    size_t received = 0;
+    FrameBytes picture;
+};
+
+// Viewers of every pace end with the picture that a viewer of whole pictures is sent.
+TEST_F(Hub, PartsMakeUpTheWholePictureAtAnyPace) {
+    PartsViewer quick(hub), slow(hub);
+    FrameBytes whole;
+    const uint64_t plain = hubSubscribe(hub, kSlot, {false, false}, [&](StreamMessage message) {
+        if (message.pixels) whole = *message.pixels;
+    });
+    std::mt19937 random(5);
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    for (const auto& [width, height] : {std::pair{131, 67}, std::pair{32, 16}, std::pair{5, 90}}) {
+        Picture picture(width, height, 40);
+        for (int frame = 0; frame < 120; ++frame) {
+            // A few spots of a few pixels, as numbers change.
+            for (int spot = below(4); spot > 0; --spot) {
+                const int x = below(width), y = below(height);
+                for (int dx = 0; dx < 1 + below(40) && x + dx < width; ++dx)
+                    picture.bytes[static_cast<size_t>(y) * picture.stride + (x + dx) * 4 + 1] =
+                        static_cast<uint8_t>(below(256));
+            }
+            ASSERT_TRUE(hubCapture(hub, kSlot, picture.view));
+            for (int message = 0; message < 2; ++message) {
+                round();
+                hubWritten(hub, plain);
+                quick.answer();
+                if (frame % 7 == 6) slow.answer();
+            }
+            round();
+            ASSERT_EQ(quick.picture, whole) << width << " frame " << frame;
+            if (frame % 7 == 6 && frame > 7) {
+                ASSERT_EQ(slow.picture, whole) << "frame " << frame;
+            }
+            hubWritten(hub, plain);
+            quick.answer();
+        }
+    }
+    EXPECT_LT(slow.messages * 2, quick.messages);
+    hubUnsubscribe(hub, plain);
+}
+
+TEST_F(Hub, AViewerOfPartsIsSentWhatChangedAndNothingElse) {
+    PartsViewer viewer(hub);
+    Picture picture(400, 480, 40);
+    const auto shown = [&] {
+        EXPECT_TRUE(hubCapture(hub, kSlot, picture.view));
+        const int before = viewer.messages;
+        round();
+        viewer.answer();
+        return viewer.messages - before;
+    };
+    EXPECT_EQ(shown(), 1); // the size
+    EXPECT_EQ(shown(), 1);
+    EXPECT_EQ(viewer.received, 4u + 8u + 400u * 480 * 4);
+    EXPECT_EQ(shown(), 0) << "painted again, the same picture";
+    picture.bytes[static_cast<size_t>(100) * picture.stride + 70 * 4] ^= 1;
+    EXPECT_EQ(shown(), 1);
+    EXPECT_EQ(viewer.received, 4u + 8u + 32u * 16 * 4) << "one tile";
 }
 
 // Two captures, the sender, and viewers that come and go: whole pictures only, never an older one
@@ -190,15 +299,16 @@ TEST_F(Hub, PicturesStayWholeWhileViewersComeAndGo) {
         others.emplace_back([&, slot] {
             while (!done) {
                 std::atomic<bool> arrived{false};
-                const uint64_t id = hubSubscribe(hub, slot, true, [&](StreamMessage message) {
-                    if (message.pixels) {
-                        const FrameBytes& bytes = *message.pixels;
-                        for (size_t i = 0; i < bytes.size(); ++i)
-                            if (i % 4 != 3 && bytes[i] != bytes[0]) ++torn;
-                        ++received;
-                    }
-                    arrived = true;
-                });
+                const uint64_t id =
+                    hubSubscribe(hub, slot, {true, false}, [&](StreamMessage message) {
+                        if (message.pixels) {
+                            const FrameBytes& bytes = *message.pixels;
+                            for (size_t i = 0; i < bytes.size(); ++i)
+                                if (i % 4 != 3 && bytes[i] != bytes[0]) ++torn;
+                            ++received;
+                        }
+                        arrived = true;
+                    });
                 for (int message = 0; message < 4 && !done; ++message) {
                     while (!arrived.exchange(false) && !done)
                         std::this_thread::yield();
@@ -209,7 +319,8 @@ TEST_F(Hub, PicturesStayWholeWhileViewersComeAndGo) {
             }
         });
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    for (int i = 0; i < 15'000 && received < 100; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
     done = true;
     for (std::thread& each : others)
         each.join();
@@ -218,5 +329,5 @@ TEST_F(Hub, PicturesStayWholeWhileViewersComeAndGo) {
     sender.join();
     hubClear(hub);
     EXPECT_EQ(torn, 0);
-    EXPECT_GT(received, 20);
+    EXPECT_GE(received, 100);
 }

@@ -17,7 +17,7 @@ const std::string kKey = "00112233445566778899aabbccddeeff";
 const std::string kWatch = "/ws?slot=relative&key=" + kKey;
 
 template <typename Condition>
-bool until(Condition condition, int milliseconds = 3000) {
+bool until(Condition condition, int milliseconds = test::kPatience) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) return false;
@@ -28,9 +28,9 @@ bool until(Condition condition, int milliseconds = 3000) {
 
 BrowserLimits shortLimits() {
     BrowserLimits limits;
-    limits.headerTime = std::chrono::milliseconds(200);
+    limits.headerTime = std::chrono::milliseconds(500);
     limits.lingerTime = std::chrono::milliseconds(100);
-    limits.idleTime = std::chrono::milliseconds(800);
+    limits.idleTime = std::chrono::milliseconds(3000);
     limits.requestsAtOnce = 16;
     limits.viewersAtOnce = 6;
     return limits;
@@ -92,11 +92,11 @@ TEST_F(Server, AnswersRequestsAndOutlastsBadOnes) {
         silent.push_back(std::make_unique<BrowserClient>(port));
     for (int i = 0; i < 20; ++i) {
         silent[0]->say(i == 0 ? "GET / HTTP/1.1\r\nA: " : "x");
-        std::this_thread::sleep_for(std::chrono::milliseconds(15));
+        std::this_thread::sleep_for(std::chrono::milliseconds(40));
     }
     for (auto& each : silent)
         EXPECT_TRUE(each->ended());
-    EXPECT_EQ(status("GET", "/?key=" + kKey), 200);
+    EXPECT_TRUE(until([&] { return status("GET", "/?key=" + kKey) == 200; }));
 }
 
 TEST_F(Server, AViewerIsToldTheSizeAndSentThePixelsOnceItAnswered) {
@@ -152,16 +152,14 @@ TEST_F(Server, BadViewersAreClosedAndTheOthersKeepTheirPace) {
         EXPECT_TRUE(each->ended());
     EXPECT_TRUE(until([&] { return viewers() == 2; }));
 
-    const auto start = std::chrono::steady_clock::now();
-    int pictures = 0;
-    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(900)) {
+    for (int pictures = 0; pictures < 5;) {
         capture(700, 700, static_cast<uint8_t>(pictures));
         const BrowserClient::Message message = good.message();
         ASSERT_TRUE(message.kind == 1 || message.bytes.size() == 700u * 700 * 4);
         if (message.kind == 2) ++pictures;
         good.acknowledge();
     }
-    EXPECT_GT(pictures, 3); // sanitizers and a busy machine; waiting would allow one
+    EXPECT_EQ(viewers(), 2) << "nobody waited until the stuck one was closed";
     EXPECT_TRUE(until([&] { return viewers() == 1; })) << "the one that does not read";
 }
 
