@@ -1,6 +1,7 @@
 // What tests of the readers of datagrams stand on: ports and a sibling's record of their own, a
 // clock turned by hand, and senders.
 #pragma once
+#include "support/eventually.h"
 #include "support/sibling_record.h"
 #include "telemetry/readers/udp_stage.h"
 #include "telemetry/sim_reader.h"
@@ -31,7 +32,7 @@ struct UdpDesk {
     ReaderContext context{.clock = clock, .scan = scan, .steer = steer, .documentsDir = {}};
     SiblingRecord sibling{"vt_test_sibling_" + std::to_string(getpid())};
     UdpPlace place;
-    UdpSocket out;
+    UdpSocket out, echo;
 
     UdpDesk() {
         UdpSocket a, b;
@@ -39,12 +40,25 @@ struct UdpDesk {
         b.open(0);
         place = {a.port(), b.port(), 300, sibling.name()};
         out.open(0);
+        echo.open(0);
     }
 
-    void send(uint16_t port, const Bytes& packet) { out.send(port, packet.data(), packet.size()); }
+    /// Returns when the packet has arrived.
+    void send(uint16_t port, const Bytes& packet) {
+        out.send(port, packet.data(), packet.size());
+        arrive();
+    }
 
-    /// `open` while the packet comes in every 2 ms.
-    bool openWith(SimReader& reader, const Bytes& packet) {
+    /// A busy machine delivers datagrams late, but in their order: waits for one sent now.
+    void arrive() {
+        out.send(echo.port(), "e", 1);
+        echo.wait(kPatienceMs);
+        char byte = 0;
+        echo.receive(&byte, 1);
+    }
+
+    /// `open` while the packet comes in every 2 ms; over and over where it is `wanted` to succeed.
+    bool openWith(SimReader& reader, const Bytes& packet, bool wanted = true) {
         std::atomic<bool> done{false};
         std::thread sender([&] {
             UdpSocket socket;
@@ -55,9 +69,10 @@ struct UdpDesk {
                 std::this_thread::sleep_for(std::chrono::milliseconds(2));
             }
         });
-        const bool opened = reader.open();
+        const bool opened = wanted ? eventually([&] { return reader.open(); }) : reader.open();
         done = true;
         sender.join();
+        arrive();
         return opened;
     }
 

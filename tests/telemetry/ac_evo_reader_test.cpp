@@ -1,6 +1,7 @@
 // AC EVO's reader on mappings: short, torn, left over, killed, and a sim in its menus; and the
 // frame's rules that no drive shows.
 #include "sim_player/ac_evo_pages.h"
+#include "support/eventually.h"
 #include "telemetry/readers/ac_evo_reader.h"
 #include "telemetry/sim_registry.h"
 
@@ -219,11 +220,7 @@ TEST(AcEvoReader, AKilledSimIsGoneAndComesBack) {
     close(ready[0]), close(ready[1]);
     ASSERT_TRUE(sim.reader.open());
     int frames = 0;
-    for (int i = 0; i < 2000 && frames < 20; ++i) {
-        frames += sim.poll();
-        usleep(500);
-    }
-    EXPECT_EQ(frames, 20);
+    EXPECT_TRUE(test::eventually([&] { return (frames += sim.poll()) == 20; }, 1));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
     EXPECT_LE(sim.pollsUntilGone(), 17); // the program's list still has it

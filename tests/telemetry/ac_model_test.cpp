@@ -1,6 +1,7 @@
 // A race of the driver model written as the three sims write it, read by their readers: what comes
 // out is what was driven.
 #include "support/ac_model.h"
+#include "support/eventually.h"
 #include "telemetry/readers/ac_reader.h"
 #include "telemetry/readers/acc_classes.h"
 #include "telemetry/readers/acc_reader.h"
@@ -253,8 +254,9 @@ TEST(AcModel, AccTellsTheWholeFieldThroughItsPort) {
     };
     // The model stands still until the client has heard a whole round of it.
     const auto heard = [&] {
-        for (int i = 0; i < 1500; ++i) {
-            server.tick(clockMs(real) + 1'000'000 + static_cast<uint64_t>(i) * 200);
+        const uint64_t end = clockMs(real) + test::kPatienceMs;
+        for (uint64_t i = 0; clockMs(real) < end; ++i) {
+            server.tick(clockMs(real) + 1'000'000 + i * 200);
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             sim.physics.packetId += 1;
             sim.publish();

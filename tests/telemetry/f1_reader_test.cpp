@@ -310,7 +310,7 @@ TEST(F1Reader, StrideIsReportedOncePerValue) {
 TEST(F1Reader, StaysForFiveSecondsWithoutAPacket) {
     test::UdpDesk desk;
     F1Reader reader(desk.context, desk.place);
-    EXPECT_FALSE(desk.openWith(reader, packetOf(6, 1352, 2021))) << "an older game's";
+    EXPECT_FALSE(desk.openWith(reader, packetOf(6, 1352, 2021), false)) << "an older game's";
     ASSERT_TRUE(desk.openWith(reader, telemetryPacket()));
     SimFrame frame;
     EXPECT_TRUE(desk.poll(reader, frame));

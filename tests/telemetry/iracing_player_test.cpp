@@ -1,4 +1,5 @@
 // The capture player and the reader together: a race that moves comes out as it was driven.
+#include "support/eventually.h"
 #include "telemetry/readers/iracing_reader.h"
 
 #include <gtest/gtest.h>
@@ -21,12 +22,6 @@ std::filesystem::path playerProgram() {
     std::error_code error;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
     return self.parent_path().parent_path() / "tools" / "sim_player";
-}
-
-bool within(int milliseconds, const auto& condition) {
-    for (int i = 0; i < milliseconds / 2; ++i, usleep(2'000))
-        if (condition()) return true;
-    return false;
 }
 
 class PlayedCapture : public testing::Test {
@@ -71,21 +66,22 @@ protected:
     }
 
     bool connect() {
-        return within(5000, [&] { return reader_.open() && reader_.poll(frame_); });
+        return test::eventually([&] { return reader_.open() && reader_.poll(frame_); });
     }
 
     /// What a killed sim left behind may be seen until the next one has cleared it.
     bool connect(size_t cars) {
-        return within(5000, [&] {
-            return reader_.open() && reader_.poll(frame_) && frame_.cars.size() == cars;
-        });
+        return test::eventually(
+            [&] { return reader_.open() && reader_.poll(frame_) && frame_.cars.size() == cars; });
     }
 
-    /// Calls `look` with each new frame for so many milliseconds.
-    int watch(int milliseconds, const auto& look) {
+    /// Calls `look` with each new frame for so many milliseconds, and on until it was `enough`.
+    int watch(int milliseconds, const auto& enough, const auto& look) {
         int frames = 0;
-        for (const uint64_t end = clockMs(clock_) + static_cast<uint64_t>(milliseconds);
-             clockMs(clock_) < end && !HasFatalFailure();) {
+        const uint64_t start = clockMs(clock_), least = static_cast<uint64_t>(milliseconds);
+        const auto ran = [&] { return clockMs(clock_) - start; };
+        while ((ran() < least || (!enough(frames) && ran() < test::kPatienceMs)) &&
+               !HasFatalFailure()) {
             reader_.waitForData(20);
             if (!reader_.poll(frame_)) continue;
             frames += 1;
@@ -129,7 +125,14 @@ TEST_F(PlayedCapture, ADrivenRaceIsConsistent) {
     std::map<int32_t, int> laps, visits;
     std::map<int32_t, uint8_t> wasInPit;
     double time = frame_.sessionTime;
-    const int frames = watch(4000, [&](const SimFrame& f) {
+    const auto sum = [](const std::map<int32_t, int>& counts) {
+        int all = 0;
+        for (const auto& [car, count] : counts)
+            all += count;
+        return all;
+    };
+    const auto enough = [&](int seen) { return seen > 50 && sum(laps) > 30 && sum(visits) > 3; };
+    const int frames = watch(4000, enough, [&](const SimFrame& f) {
         ASSERT_EQ(f.cars.size(), cars);
         ASSERT_GT(f.sessionTime, time);
         time = f.sessionTime;
@@ -156,13 +159,8 @@ TEST_F(PlayedCapture, ADrivenRaceIsConsistent) {
         ASSERT_TRUE(f.speed >= 0 && f.speed < 110) << f.speed;
     });
     EXPECT_GT(frames, 50);
-    int allLaps = 0, allVisits = 0;
-    for (const auto& [car, count] : laps)
-        allLaps += count;
-    for (const auto& [car, count] : visits)
-        allVisits += count;
-    EXPECT_GT(allLaps, 30);
-    EXPECT_GT(allVisits, 3);
+    EXPECT_GT(sum(laps), 30);
+    EXPECT_GT(sum(visits), 3);
     EXPECT_EQ(reader_.counters().textParses, 1u);
     EXPECT_EQ(reader_.counters().restarts, 0u);
 }
@@ -180,34 +178,39 @@ TEST_F(PlayedCapture, TornSamplesAreNeverSeen) {
     if (!play("oulton_practice_62.irsdk", {"--drive", "--tear", "--hz", "500"}))
         GTEST_SKIP() << kMissing;
     ASSERT_TRUE(connect());
-    const int frames = watch(1500, [&](const SimFrame& f) {
-        ASSERT_EQ(f.cars.size(), 62u);
-        ASSERT_TRUE(f.sessionTime > 1400 && f.sessionTime < 1600) << f.sessionTime;
-        std::map<int32_t, float> bestByPlace;
-        for (const CarRow& row : f.cars)
-            ASSERT_TRUE(row.position == 0 ||
-                        bestByPlace.emplace(row.position, row.bestLapTime).second);
-        for (float before = 0; const auto& [place, best] : bestByPlace) {
-            ASSERT_LE(before, best) << place;
-            before = best;
-        }
-        for (const CarRow& row : f.cars)
-            ASSERT_TRUE(row.lapDistPct >= 0 && row.lapDistPct < 1 && row.lap < 100)
-                << row.carIdx << " " << row.lapDistPct << " " << row.lap;
-    });
+    const int frames = watch(
+        1500, [](int seen) { return seen > 50; },
+        [&](const SimFrame& f) {
+            ASSERT_EQ(f.cars.size(), 62u);
+            ASSERT_TRUE(f.sessionTime > 1400 && f.sessionTime < 1600) << f.sessionTime;
+            std::map<int32_t, float> bestByPlace;
+            for (const CarRow& row : f.cars)
+                ASSERT_TRUE(row.position == 0 ||
+                            bestByPlace.emplace(row.position, row.bestLapTime).second);
+            for (float before = 0; const auto& [place, best] : bestByPlace) {
+                ASSERT_LE(before, best) << place;
+                before = best;
+            }
+            for (const CarRow& row : f.cars)
+                ASSERT_TRUE(row.lapDistPct >= 0 && row.lapDistPct < 1 && row.lap < 100)
+                    << row.carIdx << " " << row.lapDistPct << " " << row.lap;
+        });
     EXPECT_GT(frames, 50);
 }
 
 TEST_F(PlayedCapture, HostileAndShortImages) {
     for (const char* length : {"1", "111", "112", "50000", "100000", "140000"}) {
         if (!play("oulton_practice_62.irsdk", {"--short", length})) GTEST_SKIP() << kMissing;
-        EXPECT_FALSE(within(100, [&] { return reader_.open() && reader_.poll(frame_); }) &&
-                     frame_.cars.size() != 62);
+        EXPECT_FALSE(
+            test::eventually([&] { return reader_.open() && reader_.poll(frame_); }, 2, 100) &&
+            frame_.cars.size() != 62);
         stop(SIGTERM);
     }
     ASSERT_TRUE(play("oulton_practice_62.irsdk", {"--hostile", "7", "--hz", "1000"}));
     int frames = 0;
-    for (const uint64_t end = clockMs(clock_) + 1000; clockMs(clock_) < end;) {
+    const uint64_t start = clockMs(clock_);
+    for (uint64_t ran = 0; ran < 1000 || (frames == 0 && ran < test::kPatienceMs);
+         ran = clockMs(clock_) - start) {
         if (!reader_.isConnected()) reader_.open();
         frames += reader_.poll(frame_);
         for (const CarRow& row : frame_.cars)
@@ -226,7 +229,7 @@ TEST_F(PlayedCapture, EndsCleanlyOrByForce) {
     ASSERT_TRUE(connect());
     EXPECT_EQ(frame_.cars.size(), 40u);
     stop(SIGKILL);
-    EXPECT_TRUE(within(1500, [&] { return !reader_.isConnected(); }));
+    EXPECT_TRUE(test::eventually([&] { return !reader_.isConnected(); }));
     EXPECT_FALSE(reader_.open());
     ASSERT_TRUE(play("interlagos_grid_42.irsdk", {}));
     EXPECT_TRUE(connect(41));

@@ -1,5 +1,6 @@
 // The reader against a writer that is absent, wrong, fast, hostile or killed.
 #include "platform/broadcast.h"
+#include "support/eventually.h"
 #include "support/iracing_image.h"
 #include "telemetry/readers/iracing_broadcast.h"
 #include "telemetry/readers/iracing_newest.h"
@@ -249,19 +250,24 @@ TEST(IracingReader, NeverDeliversAMixedFrame) {
         }
     });
     int frames = 0;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (std::chrono::steady_clock::now() < end &&
-           (frames < 100 || sim.reader.counters().tornCopies < 3)) {
+    bool mixed = false;
+    const auto start = std::chrono::steady_clock::now();
+    const auto ran = [&](int seconds) {
+        return std::chrono::steady_clock::now() - start > std::chrono::seconds(seconds);
+    };
+    // Torn copies come only where both run at the same time.
+    while (!mixed && !(frames >= 100 && (sim.reader.counters().tornCopies >= 3 || ran(5))) &&
+           !ran(30)) {
         if (!sim.poll()) continue;
         frames += 1;
         const auto tick = static_cast<float>(sim.frame.sessionTime);
-        ASSERT_EQ(sim.frame.speed, tick);
-        ASSERT_EQ(sim.frame.cars.size(), 64u);
+        mixed = sim.frame.speed != tick || sim.frame.cars.size() != 64;
         for (const CarRow& row : sim.frame.cars)
-            ASSERT_TRUE(row.estTime == tick && row.gapToLeader == tick) << frames;
+            mixed = mixed || row.estTime != tick || row.gapToLeader != tick;
     }
     stop = true;
     writer.join();
+    EXPECT_FALSE(mixed) << frames;
     EXPECT_GT(frames, 20);
     RecordProperty("torn_copies", static_cast<int>(sim.reader.counters().tornCopies));
 }
@@ -379,13 +385,6 @@ pid_t startSim(const IRacingNames& names, int cars) {
     }
 }
 
-template <class Condition>
-bool within(int milliseconds, Condition condition) {
-    for (int i = 0; i < milliseconds / 5; ++i, usleep(5'000))
-        if (condition()) return true;
-    return false;
-}
-
 TEST(IracingReader, NoticesAKilledSimAndFindsTheNext) {
     const IRacingNames names = testNames();
     const Clock clock;
@@ -398,17 +397,17 @@ TEST(IracingReader, NoticesAKilledSimAndFindsTheNext) {
     };
     const pid_t first = startSim(names, 3);
     ASSERT_GT(first, 0);
-    EXPECT_TRUE(within(5000, [&] { return reader.open() && reader.poll(frame); }));
+    EXPECT_TRUE(test::eventually([&] { return reader.open() && reader.poll(frame); }));
     EXPECT_EQ(frame.cars.size(), 3u);
     killSim(first);
-    EXPECT_TRUE(within(1500, [&] { return !reader.isConnected(); }));
+    EXPECT_TRUE(test::eventually([&] { return !reader.isConnected(); }));
     EXPECT_FALSE(reader.poll(frame));
     EXPECT_EQ(frame.connected, 0);
     EXPECT_FALSE(reader.open()); // what the killed sim left behind says "connected"
 
     const pid_t second = startSim(names, 4);
     ASSERT_GT(second, 0);
-    EXPECT_TRUE(within(5000, [&] { return reader.open() && reader.poll(frame); }));
+    EXPECT_TRUE(test::eventually([&] { return reader.open() && reader.poll(frame); }));
     EXPECT_EQ(frame.cars.size(), 4u);
     killSim(second);
     unlink(("/dev/shm/" + names.map).c_str());

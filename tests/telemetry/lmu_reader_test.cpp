@@ -1,9 +1,11 @@
 // Le Mans Ultimate's reader and its lock against a sim that writes, stops, dies or is not there.
+#include "support/eventually.h"
 #include "support/vehicle_image.h"
 #include "telemetry/readers/lmu_reader.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -95,8 +97,8 @@ TEST(LmuReader, WakesWithTheSimsEvent) {
         sim.event.signal();
     });
     const double start = seconds();
-    EXPECT_TRUE(sim.reader.waitForData(2000));
-    EXPECT_LT(seconds() - start, 1.5);
+    EXPECT_TRUE(sim.reader.waitForData(4 * kPatienceMs));
+    EXPECT_LT(seconds() - start, kPatienceMs / 1000.0);
     later.join();
 }
 
@@ -148,31 +150,38 @@ TEST(LmuReader, AnotherHoldersLockIsWaitedForButNotForEver) {
     ASSERT_TRUE(words.openOrCreate(sim.names.lock, 2));
     words[1] = 1;
     words[0] = 3; // others wait as well
-    double start = seconds();
+    const double start = seconds();
     EXPECT_FALSE(sim.poll());
     EXPECT_GT(seconds() - start, 0.4);
-    EXPECT_LT(seconds() - start, 2);
+    EXPECT_LT(seconds() - start, 30) << "half a second, and what a busy machine adds";
     EXPECT_EQ(words[0], 3u) << "the count of waiters is as it was";
     EXPECT_EQ(words[1], 1u) << "and the lock is not broken";
     EXPECT_TRUE(sim.reader.isConnected());
 
     sim.stop = 1; // the program ends
-    start = seconds();
-    EXPECT_FALSE(sim.poll());
-    EXPECT_LT(seconds() - start, 0.2);
+    EXPECT_LT(quickestOf([&] { EXPECT_FALSE(sim.poll()); }, 0.2), 0.2);
     EXPECT_EQ(words[0], 3u);
     sim.stop = 0;
 
     NamedEvent event;
     ASSERT_TRUE(event.open(sim.names.lockEvent));
-    std::thread holder([&] {
-        while (words[0] == 3)
-            std::this_thread::yield();
-        words[1] = 0;
-        event.signal();
-    });
-    EXPECT_TRUE(sim.poll()) << "given back while the reader slept";
-    holder.join();
+    // The reader sleeps for half a second; a busy machine may let the holder come too late.
+    const auto givenBack = [&] {
+        words[1] = 1;
+        std::atomic<bool> over{false};
+        std::thread holder([&] {
+            while (words[0] == 3 && !over)
+                std::this_thread::yield();
+            if (over) return;
+            words[1] = 0;
+            event.signal();
+        });
+        const bool taken = sim.poll();
+        over = true;
+        holder.join();
+        return taken;
+    };
+    EXPECT_TRUE(eventually(givenBack)) << "given back while the reader slept";
     EXPECT_EQ(words[0], 3u);
     EXPECT_EQ(words[1], 0u);
 
@@ -248,16 +257,20 @@ TEST(LmuReader, ASimKilledInTheLockIsGoneAndItsNextRunWorks) {
     const LmuNames names = ownNames();
     const Sweeper sweeper{names};
     LmuReader reader(desk.context, names);
-    DoomedSim first(names);
-    ASSERT_TRUE(reader.open());
-    ASSERT_TRUE(reader.poll(desk.frame));
-    first.takeLock();
-    first.die();
-    const double start = seconds();
-    EXPECT_FALSE(reader.poll(desk.frame));
-    EXPECT_LT(seconds() - start, 0.3);
-    EXPECT_FALSE(reader.isConnected());
-    EXPECT_FALSE(reader.open()) << "nobody writes what is left there";
+    double quickest = 1e9;
+    for (int run = 0; run < 20 && quickest >= 0.3; ++run) {
+        DoomedSim first(names);
+        ASSERT_TRUE(reader.open());
+        ASSERT_TRUE(reader.poll(desk.frame));
+        first.takeLock();
+        first.die();
+        const double start = seconds();
+        EXPECT_FALSE(reader.poll(desk.frame));
+        quickest = std::min(quickest, seconds() - start);
+        EXPECT_FALSE(reader.isConnected());
+        EXPECT_FALSE(reader.open()) << "nobody writes what is left there";
+    }
+    EXPECT_LT(quickest, 0.3) << "it waits for the lock of a dead sim";
 
     DoomedSim second(names);
     ASSERT_TRUE(reader.open());
@@ -296,14 +309,17 @@ TEST(LmuReader, NoCopyIsTorn) {
         }
     });
     int good = 0;
-    for (int i = 0; i < 100000 && good < 200; ++i) {
+    const auto end = seconds() + kPatienceMs / 1000.0;
+    bool whole = true;
+    while (good < 200 && whole && seconds() < end) {
         if (!sim.poll()) continue;
         ++good;
         for (const CarRow& row : sim.frame.cars)
-            ASSERT_EQ(row.lap, sim.frame.cars.front().lap);
+            whole = whole && row.lap == sim.frame.cars.front().lap;
     }
     stop = true;
     writer.join();
+    EXPECT_TRUE(whole) << good;
     EXPECT_GT(good, 50);
 }
 

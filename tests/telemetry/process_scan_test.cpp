@@ -1,5 +1,6 @@
 #include "platform/process_list.h"
 #include "support/child_process.h"
+#include "support/eventually.h"
 #include "telemetry/process_scan.h"
 #include "telemetry/sim_registry.h"
 
@@ -7,7 +8,6 @@
 
 #include <atomic>
 #include <filesystem>
-#include <thread>
 
 using namespace vt;
 
@@ -112,14 +112,13 @@ TEST(ProcessScan, FindsRealProcessesByTheirFullName) {
     std::filesystem::copy_file(sleep, program);
     ProcessScan scan;
     {
-        vt::test::ChildProcess child({program, "30"});
-        for (int i = 0; i < 200 && scan.acFamilyKind != kSimAcc; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            processScan(scan, 10000u + 3000u * static_cast<unsigned>(i), listProcessNames);
-        }
-        EXPECT_EQ(scan.acFamilyKind.load(), kSimAcc);
+        vt::test::ChildProcess child({program, "600"});
+        EXPECT_TRUE(vt::test::eventually([&, now = 10000u]() mutable {
+            processScan(scan, now += 3000, listProcessNames);
+            return scan.acFamilyKind == kSimAcc;
+        }));
     }
-    processScan(scan, 10'000'000, listProcessNames);
+    processScan(scan, 1'000'000'000, listProcessNames);
     EXPECT_EQ(scan.acFamilyKind.load(), kSimNone);
     std::filesystem::remove_all(folder);
 }
