@@ -1,10 +1,11 @@
 // What overlays in a browser cost: conversion of pixels, a paint without a viewer, a capture.
 //
 // Two more modes help tools/check_browser:
-//   bench_browser --serve PORT KEY WIDTH HEIGHT HZ SECONDS
+//   bench_browser --serve PORT KEY WIDTH HEIGHT HZ SECONDS [PICTURES]
 //     serves slot "relative"; the first 8 pixels of each picture tell when it was painted
-//     (microseconds since 1970, a byte in the red of each, the lowest first).
-//   bench_browser --watch PORT KEY SECONDS SLOT:COUNT...
+//     (microseconds since 1970, a byte in the red of each, the lowest first). PICTURES is a file of
+//     straight RGBA, played to and fro; without it every part of the picture changes each time.
+//   bench_browser --watch PORT KEY SECONDS whole|parts SLOT:COUNT...
 //     as many viewers, which answer each message at once; prints how many pictures and megabytes
 //     each got, and of --serve how old the pictures were.
 #include "streaming/browser_source.h"
@@ -18,6 +19,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -88,6 +91,26 @@ void paintWithViewer(benchmark::State& state) {
 }
 BENCHMARK(paintWithViewer);
 
+/// What the sender does with a picture of which a share of the tiles differs, and the message for
+/// all viewers in step.
+void partsOf(benchmark::State& state) {
+    FramePixels frames[2];
+    for (FramePixels& frame : frames)
+        frame = {premultiplied(400, 480, kOverlayLike), 400, 480};
+    const size_t changed = frames[1].bytes.size() / 100 * static_cast<size_t>(state.range(0));
+    for (size_t i = 0; i < changed; i += 64)
+        frames[1].bytes[i + 1] ^= 1;
+    StreamPicture picture;
+    updatePicture(picture, frames[0]);
+    size_t bytes = 0;
+    for (int64_t i = 1; auto _ : state) {
+        const uint64_t since = picture.counter;
+        if (updatePicture(picture, frames[i++ % 2])) bytes = changedParts(picture, since)->size();
+    }
+    state.counters["bytes"] = static_cast<double>(bytes);
+}
+BENCHMARK(partsOf)->ArgName("percent")->Arg(0)->Arg(5)->Arg(25)->Arg(100);
+
 int64_t microsecondsNow() {
     using namespace std::chrono;
     return duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
@@ -95,23 +118,48 @@ int64_t microsecondsNow() {
 
 // ---- a server whose pictures tell their time ----
 
-int serve(int port, const char* key, int width, int height, int hz, int seconds) {
+/// Premultiplied BGRA of a file's pictures, one after the other.
+std::vector<uint8_t> picturesOf(const char* path, size_t picture) {
+    std::ifstream in(path, std::ios::binary);
+    std::vector<uint8_t> all{std::istreambuf_iterator<char>(in), {}};
+    all.resize(all.size() / picture * picture);
+    for (size_t i = 0; i < all.size(); i += 4) {
+        const unsigned alpha = all[i + 3];
+        for (size_t c = 0; c < 3; ++c)
+            all[i + c] = static_cast<uint8_t>((all[i + c] * alpha + 127) / 255);
+        std::swap(all[i], all[i + 2]);
+    }
+    return all;
+}
+
+int serve(int port, const char* key, int width, int height, int hz, int seconds,
+          const char* pictures) {
     using namespace std::chrono;
     FrameHub hub;
     BrowserServer server(hub);
     if (server.start(port, false, key, {kSlotRelative}) != ListenResult::listening) return 1;
     hub.running = true;
     std::thread sender([&hub] { hubSend(hub); });
-    auto bytes = premultiplied(width, height, kOverlayLike);
+    const size_t size = static_cast<size_t>(width) * height * 4;
+    std::vector<uint8_t> all =
+        pictures ? picturesOf(pictures, size) : premultiplied(width, height, kOverlayLike);
+    const int64_t count = static_cast<int64_t>(all.size() / size);
+    if (count == 0) return 1;
     const auto begin = steady_clock::now();
     for (int64_t frame = 0; frame < static_cast<int64_t>(hz) * seconds; ++frame) {
+        const int64_t step = frame % (2 * count),
+                      shown = step < count ? step : 2 * count - 1 - step;
+        uint8_t* const bytes = all.data() + static_cast<size_t>(shown) * size;
+        if (!pictures)
+            for (size_t i = 0; i < size; i += 64)
+                bytes[i + 1] = static_cast<uint8_t>(frame % 8);
         std::this_thread::sleep_until(begin + frame * microseconds(1'000'000 / hz));
         const int64_t now = microsecondsNow();
         for (size_t i = 0; i < 8; ++i) {
             bytes[i * 4 + 2] = static_cast<uint8_t>(now >> (8 * i));
             bytes[i * 4 + 3] = 255;
         }
-        hubCapture(hub, kSlotRelative, {bytes.data(), width, height, width * 4});
+        hubCapture(hub, kSlotRelative, {bytes, width, height, width * 4});
     }
     hub.running = false;
     hub.wake.wake();
@@ -129,7 +177,8 @@ struct Viewer {
     bool pixels = false, upgraded = false;
     int pictures = 0;
     uint64_t bytes = 0;
-    int64_t painted = 0;          // of the picture that is coming; --serve alone tells it
+    bool parts = false;
+    std::string start;            // the first bytes of the message that is coming
     std::vector<double> delaysMs; // paint to the last byte
 };
 
@@ -144,7 +193,8 @@ bool open(Viewer& viewer, int port, const std::string& key) {
     if (connect(viewer.fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
         return false;
     const std::string request = "GET /ws?slot=" + viewer.slot + "&key=" + key +
-                                "&v=2 HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: Upgrade\r\n"
+                                (viewer.parts ? "&v=2&parts=1" : "&v=2") +
+                                " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: Upgrade\r\n"
                                 "Upgrade: websocket\r\nSec-WebSocket-Version: 13\r\n"
                                 "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n";
     return send(viewer.fd, request.data(), request.size(), MSG_NOSIGNAL) > 0;
@@ -167,14 +217,20 @@ void headDone(Viewer& viewer) {
             viewer.left = viewer.left << 8 | byte(i);
     }
     viewer.pixels = (byte(0) & 0x0F) == 2;
-    viewer.painted = -1;
+    viewer.start.clear();
     viewer.head.clear();
 }
 
-int64_t paintedAt(const char* rgba) {
+/// When --serve painted the message's picture; else anything.
+int64_t paintedAt(const Viewer& viewer) {
+    // The part of the upper left corner comes first; the number of parts is in the first bytes.
+    const auto byte = [&](size_t i) { return static_cast<size_t>(viewer.start[i] & 0xFF); };
+    const size_t at =
+        viewer.parts && viewer.start.size() >= 4 ? 4 + 8 * (byte(0) | byte(1) << 8) : 0;
+    if (viewer.start.size() < at + 32) return 0;
     int64_t time = 0;
-    for (int i = 7; i >= 0; --i)
-        time = time << 8 | static_cast<uint8_t>(rgba[i * 4]);
+    for (size_t i = 8; i-- > 0;)
+        time = time << 8 | static_cast<int64_t>(byte(at + i * 4));
     return time;
 }
 
@@ -187,11 +243,12 @@ bool readSome(Viewer& viewer) {
     if (n <= 0) return n < 0 && errno == EAGAIN;
     viewer.bytes += static_cast<uint64_t>(n);
     if (viewer.left) {
-        if (viewer.painted < 0) viewer.painted = n >= 32 ? paintedAt(sink.data()) : 0;
+        if (viewer.start.size() < 4096)
+            viewer.start.append(sink.data(), std::min<size_t>(static_cast<size_t>(n), 4096));
         viewer.left -= static_cast<uint64_t>(n);
         if (viewer.left) return true;
         viewer.pictures += viewer.pixels;
-        const double delay = static_cast<double>(microsecondsNow() - viewer.painted) / 1000;
+        const double delay = static_cast<double>(microsecondsNow() - paintedAt(viewer)) / 1000;
         if (viewer.pixels && delay < 10'000) viewer.delaysMs.push_back(delay);
         static const char answer[] = "\x81\x81\0\0\0\0k";
         return send(viewer.fd, answer, 7, MSG_NOSIGNAL) == 7;
@@ -206,12 +263,14 @@ bool readSome(Viewer& viewer) {
     return true;
 }
 
-int watch(int port, const char* key, int seconds, const std::vector<std::string>& wanted) {
+int watch(int port, const char* key, int seconds, bool parts,
+          const std::vector<std::string>& wanted) {
     std::vector<Viewer> viewers;
     for (const std::string& word : wanted) {
         const size_t colon = word.find(':');
         for (int i = std::atoi(word.c_str() + colon + 1); i > 0; --i) {
             viewers.emplace_back().slot = word.substr(0, colon);
+            viewers.back().parts = parts;
             if (!open(viewers.back(), port, key)) return 1;
         }
     }
@@ -242,10 +301,12 @@ int watch(int port, const char* key, int seconds, const std::vector<std::string>
 int main(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
     const auto number = [&](size_t i) { return std::atoi(words[i].c_str()); };
-    if (words.size() == 7 && words[0] == "--serve")
-        return serve(number(1), argv[3], number(3), number(4), number(5), number(6));
-    if (words.size() > 4 && words[0] == "--watch")
-        return watch(number(1), argv[3], number(3), {words.begin() + 4, words.end()});
+    if (words.size() >= 7 && words[0] == "--serve")
+        return serve(number(1), argv[3], number(3), number(4), number(5), number(6),
+                     words.size() > 7 ? argv[8] : nullptr);
+    if (words.size() > 5 && words[0] == "--watch")
+        return watch(number(1), argv[3], number(3), words[4] == "parts",
+                     {words.begin() + 5, words.end()});
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
