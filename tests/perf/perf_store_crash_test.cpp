@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <fcntl.h>
 #include <fstream>
 #include <random>
@@ -61,15 +62,22 @@ TEST(PerfStoreCrash, KilledAtAnyMomentLosesNothingThatWasCommitted) {
     std::mt19937 random(11);
     std::set<std::string> told;
     int second = 0, interrupted = 0;
-    for (int round = 0; round < 60; ++round) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(90);
+    for (int round = 0; round < 60 || (interrupted == 0 && std::chrono::steady_clock::now() < end);
+         ++round) {
         int ends[2];
         ASSERT_EQ(pipe(ends), 0);
         const pid_t child = committer(folder.text(), second, 1000, ends[1]);
         close(ends[1]);
+        char line[21];
+        // Half of the kills at any time, half among the commits, however slow the machine.
+        if (round % 2 == 1) {
+            ASSERT_EQ(read(ends[0], line, sizeof line), ssize_t{sizeof line}) << "no commit";
+            told.insert(std::string(line, 20));
+        }
         usleep(static_cast<useconds_t>(random() % 25000));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
-        char line[21];
         while (read(ends[0], line, sizeof line) == sizeof line)
             told.insert(std::string(line, 20));
         close(ends[0]);
