@@ -4,6 +4,7 @@
 #include "platform/paths.h"
 #include "platform/process_list.h"
 #include "platform/single_instance.h"
+#include "support/eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -90,20 +91,17 @@ TEST(Paths, EnvironmentDecides) {
 TEST(ProcessList, NamesAreThoseOfTheCommandLine) {
     // Longer than the 15 bytes that the kernel keeps of a program's own name, and with a path as a
     // compatibility layer writes it.
-    const char* shown = "C:\\games\\AC2-Win64-Shipping.exe";
+    const char* shown = "C:\\games\\VtTest-Win64-Shipping.exe";
     const pid_t child = fork();
     if (child == 0) {
-        execl("/bin/sleep", shown, "30", nullptr);
+        execl("/bin/sleep", shown, "600", nullptr);
         _exit(1);
     }
     std::vector<std::string> names;
-    bool found = false;
-    for (int i = 0; i < 100 && !found; ++i) {
-        usleep(10000);
-        ASSERT_TRUE(listProcessNames(names));
-        found = std::count(names.begin(), names.end(), "AC2-Win64-Shipping.exe") == 1;
-    }
-    EXPECT_TRUE(found);
+    EXPECT_TRUE(test::eventually([&] {
+        EXPECT_TRUE(listProcessNames(names));
+        return std::count(names.begin(), names.end(), "VtTest-Win64-Shipping.exe") == 1;
+    }));
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
 }

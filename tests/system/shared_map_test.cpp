@@ -122,6 +122,6 @@ TEST(NamedEvent, WakesWaitersOfOtherHandlesOnceEach) {
         usleep(20000);
         sender.signal();
     });
-    EXPECT_TRUE(waiter.wait(2000));
+    EXPECT_TRUE(waiter.wait(30000));
     later.join();
 }

@@ -12,6 +12,7 @@
 #include <map>
 #include <numbers>
 #include <set>
+#include <unistd.h>
 
 namespace model {
 namespace {
@@ -75,7 +76,8 @@ TEST(DriverModel, RealCircuitsTakeARealTime) {
 }
 
 TEST(DriverModel, CircuitFilesAreChecked) {
-    const auto path = std::filesystem::temp_directory_path() / "driver_model_test.csv";
+    const auto path = std::filesystem::temp_directory_path() /
+                      ("vt_driver_model_" + std::to_string(getpid()) + ".csv");
     Circuit circuit;
     std::string error;
     for (const char* text : {"", "1,2,3\n", "0,0,5,5\n10,0,5,5\n", "a,b,c,d\n", "0,0,5,-5\n"}) {
