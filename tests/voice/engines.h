@@ -1,5 +1,6 @@
 // Engines on a device that keeps what it is given, with a pack of tones.
 #pragma once
+#include "support/eventually.h"
 #include "voice/voice_choose.h"
 #include "voice/voice_engine.h"
 
@@ -76,17 +77,15 @@ struct Engines : testing::Test {
     }
     VoiceSettings wanted() const { return {true, "en", "Tones", 0.5f, true, true, true, ""}; }
     void waitReady(const VoiceEngine& engine) const {
-        for (int i = 0; i < 5000 && !engine.ready; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        ASSERT_TRUE(engine.ready);
+        ASSERT_TRUE(eventually([&] { return engine.ready != 0; }, 1));
     }
     /// The device takes that many periods, each as soon as the engine has done its part.
     void periods(int count) {
         for (int i = 0; i < count; ++i) {
-            ASSERT_TRUE(settleOffline(audio, 2000));
+            ASSERT_TRUE(settleOffline(audio, kPatienceMs));
             stepOffline(audio);
         }
-        ASSERT_TRUE(settleOffline(audio, 2000));
+        ASSERT_TRUE(settleOffline(audio, kPatienceMs));
     }
     /// The first frame from `from` on that is not silent, -1 = none.
     int onset(size_t from) {

@@ -39,13 +39,6 @@ bool run(const std::string& command) {
     return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
 }
 
-template <class Done>
-bool within(int milliseconds, Done done) {
-    for (int i = 0; i < milliseconds && !done(); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return done();
-}
-
 struct Sound {
     size_t from = 0, frames = 0;
     double seconds() const { return static_cast<double>(frames) / kRate; }
@@ -98,7 +91,7 @@ struct Recording {
             return std::filesystem::exists(path) ? std::filesystem::file_size(path, none) : 0;
         };
         const auto wanted = size() + static_cast<uintmax_t>(seconds * kRate * 4);
-        within(8000, [&] { return size() >= wanted; });
+        eventually([&] { return size() >= wanted; });
     }
     std::vector<float> end() {
         recorder.end();
@@ -137,7 +130,7 @@ struct SoundServer : Engines {
         server = std::make_unique<Child>(std::vector<std::string>{
             "pulseaudio", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "-n", "-L",
             "module-native-protocol-unix auth-anonymous=1 socket=" + folder + "/sound"});
-        if (!within(8000, [] { return run("pactl info"); }))
+        if (!eventually([] { return run("pactl info"); }))
             GTEST_SKIP() << "the sound server does not start here";
     }
     static void plug(const std::string& output, const std::string& more = "rate=48000") {
@@ -147,10 +140,10 @@ struct SoundServer : Engines {
         EXPECT_TRUE(run("pactl unload-module $(pactl list short modules | grep sink_name=" +
                         output + " | cut -f1)"));
     }
-    /// True when a phrase is heard at that output; three tries, a busy machine loses sound.
+    /// True when a phrase is heard at that output; many tries, a busy machine loses sound.
     bool heardAt(const std::string& output, VoiceEngine& engine, int waitMs = 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(waitMs));
-        for (int attempt = 0; attempt < 3; ++attempt) {
+        for (int attempt = 0; attempt < 20; ++attempt) {
             Recording recording(output, folder + "/heard.raw");
             recording.more(0.1);
             voiceSayPhrase(engine, 0);
@@ -194,7 +187,7 @@ TEST_F(SoundServer, HearsEverySoundAsLongAndAsHighAsItIs) {
     const std::vector<Wanted> sounds = {{0.3, 500},    {0.3, 900},   {1.0, 1700}, {0.8, 1700},
                                         {0.128, 1000}, {0.115, 880}, {0.108, 440}};
     std::string faults = "not tried";
-    for (int attempt = 0; attempt < 3 && !faults.empty(); ++attempt) {
+    for (int attempt = 0; attempt < 20 && !faults.empty(); ++attempt) {
         Recording recording("vt_null", folder + "/heard.raw");
         recording.more(0.3);
         const auto say = [&](auto&& what, double seconds) {
@@ -216,10 +209,14 @@ TEST_F(SoundServer, HearsEverySoundAsLongAndAsHighAsItIs) {
         const auto pitchAt = [&](size_t sound, double seconds) {
             return pitchOf(heard, found[sound].from + static_cast<size_t>(seconds * kRate), 4000);
         };
-        EXPECT_NEAR(pitchAt(2, 0.5), 1300, 5) << "the line behind the turn";
-        EXPECT_NEAR(pitchAt(2, 0.85), 1500, 5) << "and the position";
-        EXPECT_NEAR(pitchAt(3, 0.6), 1100, 5) << "the tip behind its place";
-        EXPECT_NEAR(pitchOf(heard, found[5].from + 2900 + 480, 1900), 1174.66, 6);
+        const auto expectPitch = [&](const char* what, double hz, double is, double within) {
+            if (std::abs(is - hz) > within) faults += what + (": " + std::to_string(is)) + " Hz; ";
+        };
+        expectPitch("the line behind the turn", 1300, pitchAt(2, 0.5), 5);
+        expectPitch("and the position", 1500, pitchAt(2, 0.85), 5);
+        expectPitch("the tip behind its place", 1100, pitchAt(3, 0.6), 5);
+        expectPitch("the chime's second tone", 1174.66,
+                    pitchOf(heard, found[5].from + 2900 + 480, 1900), 6);
     }
     EXPECT_EQ(faults, "");
 }
@@ -234,7 +231,7 @@ TEST_F(SoundServer, OutputsThatGoChangeAndComeBackAreUsed) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
     EXPECT_FALSE(engine.ready) << "a server without an output";
     plug("vt_one", "rate=44100 channels=1 format=s16le");
-    ASSERT_TRUE(within(4000, [&] { return engine.ready != 0; }));
+    ASSERT_TRUE(eventually([&] { return engine.ready != 0; }));
     ASSERT_EQ(listDevices().size(), 1u);
     EXPECT_EQ(listDevices()[0].id, "vt_one");
     EXPECT_TRUE(heardAt("vt_one", engine));
@@ -244,13 +241,13 @@ TEST_F(SoundServer, OutputsThatGoChangeAndComeBackAreUsed) {
     EXPECT_TRUE(heardAt("vt_two", engine));
     // Gone: the one that is left.
     unplug("vt_two");
-    EXPECT_TRUE(within(4000, [&] { return engine.ready != 0; }));
+    EXPECT_TRUE(eventually([&] { return engine.ready != 0; }));
     EXPECT_TRUE(heardAt("vt_one", engine));
     // Gone, and nothing left; then it is back.
     unplug("vt_one");
-    EXPECT_TRUE(within(4000, [&] { return engine.ready == 0; }));
+    EXPECT_TRUE(eventually([&] { return engine.ready == 0; }));
     plug("vt_one");
-    ASSERT_TRUE(within(4000, [&] { return engine.ready != 0; }));
+    ASSERT_TRUE(eventually([&] { return engine.ready != 0; }));
     EXPECT_TRUE(heardAt("vt_one", engine));
     // An output by its name, three engines more at once. The default follows the server's, they do
     // not.
@@ -275,9 +272,9 @@ TEST_F(SoundServer, OutputsThatGoChangeAndComeBackAreUsed) {
     EXPECT_TRUE(heardAt("vt_two", *engines[0], 1500));
     // The server goes while all run.
     server.reset();
-    EXPECT_TRUE(within(3000, [&] { return engine.ready == 0; }));
+    EXPECT_TRUE(eventually([&] { return engine.ready == 0; }));
     for (const auto& each : engines)
-        EXPECT_TRUE(within(3000, [&] { return each->ready == 0; }));
+        EXPECT_TRUE(eventually([&] { return each->ready == 0; }));
 }
 
 /// ms from the request until the server's monitor gave the first sample, once per request.
