@@ -1,6 +1,7 @@
 // The import window: what it lists, what is imported, how it stops.
 #include "panel/import_window.h"
 #include "panel_desk.h"
+#include "support/eventually.h"
 
 #include <chrono>
 #include <filesystem>
@@ -42,11 +43,10 @@ protected:
     }
     /// The worker runs on real time.
     static void await(ImportDesk& desk) {
-        for (int i = 0; i < 500 && desk.working(); ++i) {
-            desk.poll();
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        EXPECT_FALSE(desk.working());
+        EXPECT_TRUE(test::eventually([&] {
+            if (desk.working()) desk.poll();
+            return !desk.working();
+        }));
     }
     bool real(fs::path& file) const {
         file = fs::path(VT_SOURCE_DIR) / "../shared/realdata/ibt/spielberg_6s.ibt";
