@@ -14,8 +14,9 @@ struct BrowserLimits {
     std::chrono::milliseconds handshakeTime{5000}; // to take the upgrade's answer
     std::chrono::milliseconds idleTime{30000};     // a viewer without a sign of life; then closed
     size_t messageBytes = 1024;                    // from a viewer; longer: closed with 1009
-    int requestsAtOnce = 64;                       // not answered yet; more are closed unread
-    int viewersAtOnce = 256;                       // more get 503
+    // Not answered yet; for one more, the oldest that has asked nothing yet is closed.
+    int requestsAtOnce = 64;
+    int viewersAtOnce = 256; // more get 503
 };
 
 } // namespace vt

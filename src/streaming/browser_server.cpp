@@ -15,6 +15,7 @@
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
 
+#include <deque>
 #include <optional>
 #include <thread>
 
@@ -164,6 +165,15 @@ public:
         stream_.socket().set_option(tcp::no_delay(true), ignored);
     }
 
+    /// Nothing of it was answered yet: it may go when the room is needed.
+    bool reading() const { return reading_; }
+
+    void giveUp() {
+        net::post(stream_.get_executor(), [self = shared_from_this()] {
+            if (self->reading_) self->stream_.close();
+        });
+    }
+
     void run() {
         parser_.header_limit(static_cast<uint32_t>(shared_.limits.headerBytes));
         parser_.body_limit(UINT64_MAX); // never read
@@ -175,6 +185,7 @@ public:
 
 private:
     void decide(error_code error) {
+        reading_ = false;
         if (error == http::error::header_limit || error == http::error::buffer_overflow)
             return answer(431);
         if (error && error.category() == make_error_code(http::error::bad_method).category() &&
@@ -244,6 +255,7 @@ private:
     http::request_parser<http::empty_body> parser_;
     http::response<http::string_body> response_;
     size_t drained_ = 0;
+    std::atomic<bool> reading_{true};
 };
 
 } // namespace
@@ -261,6 +273,7 @@ struct BrowserServer::Inside {
     tcp::acceptor acceptor{net::make_strand(io)};
     net::steady_timer pause{acceptor.get_executor()};
     std::vector<std::thread> workers;
+    std::deque<std::weak_ptr<Request>> waiting; // the oldest first; the acceptor's strand
     int port = 0;
 
     ListenResult listen(int wanted, bool allInterfaces) {
@@ -291,10 +304,28 @@ struct BrowserServer::Inside {
                 });
                 return;
             }
-            if (shared.requests < shared.limits.requestsAtOnce)
-                std::make_shared<Request>(shared, std::move(socket))->run();
+            while (!waiting.empty() && waiting.front().expired())
+                waiting.pop_front();
+            if (shared.requests < shared.limits.requestsAtOnce || makeRoom()) {
+                const auto request = std::make_shared<Request>(shared, std::move(socket));
+                waiting.push_back(request);
+                request->run();
+            }
             accept();
         });
+    }
+
+    /// Whoever has kept silent for longest goes, so that connections without a request keep nobody
+    /// out.
+    bool makeRoom() {
+        while (!waiting.empty()) {
+            const auto oldest = waiting.front().lock();
+            waiting.pop_front();
+            if (!oldest || !oldest->reading()) continue;
+            oldest->giveUp();
+            return true;
+        }
+        return false;
     }
 
     void work() {

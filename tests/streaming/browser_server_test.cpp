@@ -90,13 +90,13 @@ TEST_F(Server, AnswersRequestsAndOutlastsBadOnes) {
     std::vector<std::unique_ptr<BrowserClient>> silent;
     for (int i = 0; i < 40; ++i)
         silent.push_back(std::make_unique<BrowserClient>(port));
+    EXPECT_EQ(status("GET", "/?key=" + kKey), 200) << "they keep nobody out";
     for (int i = 0; i < 20; ++i) {
-        silent[0]->say(i == 0 ? "GET / HTTP/1.1\r\nA: " : "x");
+        silent.back()->say(i == 0 ? "GET / HTTP/1.1\r\nA: " : "x");
         std::this_thread::sleep_for(std::chrono::milliseconds(40));
     }
     for (auto& each : silent)
         EXPECT_TRUE(each->ended());
-    EXPECT_TRUE(until([&] { return status("GET", "/?key=" + kKey) == 200; }));
 }
 
 TEST_F(Server, AViewerIsToldTheSizeAndSentThePixelsOnceItAnswered) {
