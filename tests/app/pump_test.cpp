@@ -2,6 +2,7 @@
 #include "app/frame_guard.h"
 #include "app/sim_pump.h"
 #include "base/log.h"
+#include "support/eventually.h"
 #include "support/scripted_race.h"
 
 #include <gtest/gtest.h>
@@ -237,14 +238,9 @@ struct RunningPump {
         wakePump(pump);
         thread.join();
     }
-    /// Reads until `wanted` holds; gives up after ten seconds.
+    /// Reads until `wanted` holds.
     bool until(const std::function<bool(const SimFrame&)>& wanted) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (std::chrono::steady_clock::now() < end) {
-            if (wanted(*frameRead(buffer))) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-        return false;
+        return test::eventually([&] { return wanted(*frameRead(buffer)); });
     }
 };
 
@@ -283,19 +279,20 @@ TEST(PumpThread, FindsTheFirstSimLosesItAndFindsTheNext) {
 TEST(PumpThread, AStalledSimKeepsItsLastFrame) {
     RunningPump run;
     std::atomic<bool> stalled{false};
+    std::atomic<int> inVain{0};
     ScriptedReader* reader = run.add(kSimAms2, true);
     reader->onPoll = [&](SimFrame& out) {
-        if (stalled) return false;
+        if (stalled) return ++inVain < 0;
         raceAt(out, kSimAms2, 5, 0, 1);
         return true;
     };
     run.start();
     ASSERT_TRUE(run.until([](const SimFrame& f) { return f.connected; }));
     stalled = true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_TRUE(test::eventually([&] { return inVain >= 2; })); // the frame before is published
     frameRead(run.buffer);
     const uint32_t taken = run.buffer.readCount;
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    ASSERT_TRUE(test::eventually([&] { return inVain >= 6; }));
     EXPECT_EQ(frameRead(run.buffer)->connected, 1);
     EXPECT_EQ(run.buffer.readCount, taken);
     EXPECT_EQ(reader->closes, 0);
@@ -305,13 +302,19 @@ TEST(PumpThread, DemoComesAndGoesAtOnceAndTheReaderIsKept) {
     RunningPump run;
     ScriptedReader* reader = run.add(kSimAms2, false);
     run.start();
-    ASSERT_TRUE(run.until([&](const SimFrame&) { return reader->opens > 0; }));
-    // The pump now sleeps out its second between two searches.
-    const double toDemo = secondsOf([&] {
-        run.words.demoOn = 1;
+    const auto demo = [&](bool on) {
+        run.words.demoOn = on;
         wakePump(run.pump);
-        EXPECT_TRUE(run.until([](const SimFrame& f) { return f.connected; }));
-    });
+        return run.until([&](const SimFrame& f) { return f.connected == on; });
+    };
+    double toDemo = 1e9;
+    for (int i = 0; i < 20 && toDemo >= 0.8; ++i) {
+        ASSERT_TRUE(demo(false));
+        const int opens = reader->opens;
+        ASSERT_TRUE(run.until([&](const SimFrame&) { return reader->opens > opens; }));
+        // The pump now sleeps out its second between two searches.
+        toDemo = std::min(toDemo, secondsOf([&] { EXPECT_TRUE(demo(true)); }));
+    }
     EXPECT_LT(toDemo, 0.8);
     reader->available = true;
     run.words.demoOn = 0;
@@ -330,11 +333,15 @@ TEST(PumpThread, DemoComesAndGoesAtOnceAndTheReaderIsKept) {
 }
 
 TEST(PumpThread, StopsAtOnceInTheMiddleOfASearch) {
-    RunningPump run;
-    ScriptedReader* reader = run.add(kSimAms2, false);
-    run.start();
-    ASSERT_TRUE(run.until([&](const SimFrame&) { return reader->opens > 0; }));
-    EXPECT_LT(secondsOf([&] { run.stop(); }), 0.8);
+    double toStop = 1e9;
+    for (int i = 0; i < 20 && toStop >= 0.8; ++i) {
+        RunningPump run;
+        ScriptedReader* reader = run.add(kSimAms2, false);
+        run.start();
+        ASSERT_TRUE(run.until([&](const SimFrame&) { return reader->opens > 0; }));
+        toStop = std::min(toStop, secondsOf([&] { run.stop(); }));
+    }
+    EXPECT_LT(toStop, 0.8);
 }
 
 TEST(PumpThread, ASignalSetsThePace) {
@@ -346,9 +353,12 @@ TEST(PumpThread, ASignalSetsThePace) {
     };
     run.start();
     ASSERT_TRUE(run.until([](const SimFrame& f) { return f.connected; }));
-    const int before = reader->polls;
-    std::this_thread::sleep_for(std::chrono::milliseconds(400));
-    EXPECT_GT(reader->polls - before, 30); // its own pace would give 12
+    EXPECT_TRUE(test::eventually([&] {
+        const int before = reader->polls;
+        const double seconds =
+            secondsOf([] { std::this_thread::sleep_for(std::chrono::milliseconds(400)); });
+        return (reader->polls - before) / seconds > 75; // its own pace would give 30
+    }));
 }
 
 TEST(PumpThread, F1WithoutItsFeedIsToldWhileItRuns) {
@@ -375,8 +385,11 @@ TEST(PumpThread, TheReaderOfTheFrameNeverSeesHalfOfOne) {
     run.start();
     double last = -1;
     int taken = 0;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
-    while (std::chrono::steady_clock::now() < end) {
+    const auto start = std::chrono::steady_clock::now();
+    const auto ran = [&](int milliseconds) {
+        return std::chrono::steady_clock::now() - start > std::chrono::milliseconds(milliseconds);
+    };
+    while (!ran(500) || (taken <= 10 && !ran(test::kPatienceMs))) {
         const SimFrame* frame = frameRead(run.buffer);
         if (!frame->connected) continue;
         ASSERT_EQ(frame->cars.size(), 24u);

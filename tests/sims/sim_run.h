@@ -4,6 +4,7 @@
 #include "app/readers.h"
 #include "platform/process_list.h"
 #include "support/child_process.h"
+#include "support/eventually.h"
 
 #include <chrono>
 #include <filesystem>
