@@ -68,8 +68,7 @@ TEST(IRacingModel, ATelemetryFileHoldsTheLapsThatWereDriven) {
     ChildProcess player({builtTool("sim_player"), "ibt", "--circuit", "oval", "--session",
                          "practice", "--laps", "5", "--pit-every", "3", "--out", path, "--truth",
                          truth, "--end", "2026-08-05T14:00:00Z", "--extra", "late=7"});
-    for (int i = 0; i < 100 && !std::filesystem::exists(truth); ++i)
-        pause(20);
+    EXPECT_EQ(player.waitForExit(4 * kPatienceMs), 0) << player.output();
     IbtFile file;
     ASSERT_TRUE(file.open(path)) << player.output();
     const std::vector<double> driven = truthTimes(truth);
@@ -94,14 +93,11 @@ TEST(IRacingModel, ATelemetryFileHoldsTheLapsThatWereDriven) {
 
 TEST(IRacingModel, TheReaderFindsEveryCarInItsPlace) {
     ChildProcess player({builtTool("sim_player"), "iracing", "--circuit", "oval", "--cars", "20",
-                         "--classes", "2", "--skip", "90", "--seconds", "20"});
+                         "--classes", "2", "--skip", "90", "--seconds", "200"});
     ReaderSet set;
     SimReader& reader = *set.readers[kSimIRacing];
-    for (int i = 0; i < 50 && !reader.open(); ++i)
-        pause(50);
     SimFrame frame;
-    for (int i = 0; i < 50 && !reader.poll(frame); ++i)
-        pause(20);
+    EXPECT_TRUE(eventually([&] { return reader.open() && reader.poll(frame); }, 20));
     ASSERT_EQ(frame.cars.size(), 20u) << player.output(); // and no pace car
     EXPECT_EQ(frame.isRace, 1);
     std::sort(frame.cars.begin(), frame.cars.end(),
