@@ -90,7 +90,9 @@ TEST_F(LoopTest, PostingRacesWithTheWindowsEnd) {
         }
     });
     int handled = 0;
-    for (int i = 0; i < 300; ++i) {
+    const Clock clock;
+    const uint64_t end = clockMs(clock) + 30000;
+    for (int i = 0; i < 300 || (handled == 0 && clockMs(clock) < end); ++i) {
         const WindowId window = messageWindow([&](const WindowEvent&) { return ++handled > 0; });
         target = window;
         loopPump(1);

@@ -4,6 +4,7 @@
 #include "platform/desktop.h"
 #include "platform/main_loop.h"
 #include "platform/window.h"
+#include "support/eventually.h"
 #include "support/xvfb.h"
 #include "x11_client.h"
 
@@ -62,7 +63,7 @@ protected:
     }
 
     template <typename Condition>
-    static bool pumpUntil(Condition condition, int ms = 4000) {
+    static bool pumpUntil(Condition condition, int ms = kPatienceMs) {
         const Clock clock;
         const uint64_t end = clockMs(clock) + static_cast<uint64_t>(ms);
         while (!condition() && clockMs(clock) < end)
@@ -73,12 +74,23 @@ protected:
         pumpUntil([] { return false; }, ms);
     }
 
-    /// Runs a shell command while the loop goes on.
+    /// Runs a shell command while the loop goes on. What the server did is then told to us, as far
+    /// as no window manager has a say in it.
     static std::string run(const std::string& command) {
         loopPump();
         std::string text = shellOutput(command);
-        pumpFor(60);
+        for (int i = 0; i < 3; ++i) {
+            shellOutput("xprop -root VT_NOTHING"); // a way to the server and back
+            pumpFor(20);
+        }
         return text;
+    }
+
+    /// Waits until that many events of the kind came, and a moment more for one too many.
+    static bool saw(const SeenEvents& seen, EventKind kind, int count) {
+        pumpUntil([&] { return seen.count(kind) >= count; });
+        pumpFor(20);
+        return seen.count(kind) == count;
     }
 
     /// A plain premultiplied colour, 0xAARRGGBB, all over the surface, then presented.
@@ -99,6 +111,10 @@ protected:
     static std::string screenPixel(int x, int y) {
         return run("import -window root -crop 1x1+" + std::to_string(x) + "+" + std::to_string(y) +
                    " -depth 8 rgb:- | od -An -tx1 | tr -d ' \\n'");
+    }
+
+    static bool shows(int x, int y, const std::string& color) {
+        return pumpUntil([&] { return screenPixel(x, y) == color; });
     }
 
     static std::string windowsNamed(const std::string& name) {

@@ -91,7 +91,7 @@ public:
         // The number comes in pieces; a line end completes it.
         std::string number;
         pollfd ready{ends[0], POLLIN, 0};
-        for (char c = 0; poll(&ready, 1, 20000) > 0 && read(ends[0], &c, 1) == 1 && c != '\n';)
+        for (char c = 0; poll(&ready, 1, 60000) > 0 && read(ends[0], &c, 1) == 1 && c != '\n';)
             number += c;
         close(ends[0]);
         if (number.empty()) return false;
@@ -116,7 +116,7 @@ public:
     bool startCompositor() {
         compositor_ =
             startProgram({"picom", "--backend", "xrender", "--no-vsync", "--config", "/dev/null"});
-        for (int i = 0; i < 200; ++i) {
+        for (int i = 0; i < 600; ++i) {
             if (waitpid(compositor_, nullptr, WNOHANG) != 0) break;
             // It names its own window once it has taken over the screen.
             if (shellOutput("xwininfo -root -tree").find("picom") != std::string::npos) return true;
@@ -144,7 +144,7 @@ public:
 
 private:
     static bool waitFor(const std::string& command, const std::string& wanted) {
-        for (int i = 0; i < 200; ++i) {
+        for (int i = 0; i < 600; ++i) {
             if (shellOutput(command).find(wanted) != std::string::npos) return true;
             usleep(50'000);
         }
