@@ -2,6 +2,7 @@
 // come out.
 #include "platform/file.h"
 #include "support/child_process.h"
+#include "support/eventually.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +38,7 @@ int pngCount(const std::string& folder, const std::string& part) {
     return count;
 }
 
-constexpr int kSlow = 20000; // ms; sanitizer builds and a busy machine
+constexpr int kSlow = vt::test::kPatienceMs;
 
 } // namespace
 
@@ -114,7 +115,7 @@ TEST(Program, FindsTheSimLosesItAndFindsItAgain) {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         player.signal(SIGKILL);
         player.waitForExit(kSlow);
-        ASSERT_TRUE(run.waitFor("[sim] disconnected", 6000, seen)) << run.output();
+        ASSERT_TRUE(run.waitFor("[sim] disconnected", kSlow, seen)) << run.output();
         seen = run.output().size();
     }
     run.signal(SIGTERM);

@@ -4,6 +4,7 @@
 #include "desktop/x11_client.h"
 #include "platform/file.h"
 #include "support/child_process.h"
+#include "support/eventually.h"
 #include "support/xvfb.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +22,7 @@ using nlohmann::json;
 
 namespace {
 
-constexpr int kSlow = 20000; // ms; sanitizer builds and a busy machine
+constexpr int kSlow = kPatienceMs;
 constexpr const char* kRelative = "VT Relative";
 constexpr const char* kStandings = "VT Standings";
 constexpr const char* kPanel = "VT Overlays";
@@ -38,12 +39,7 @@ struct Shown {
 
 template <typename Condition>
 bool until(Condition condition, int milliseconds = kSlow) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
+    return eventually(condition, 20, milliseconds);
 }
 
 Shown shown(const std::string& title) {
@@ -173,14 +169,12 @@ protected:
         const PointI grab{from.left + 200, from.top + 200};
         if (heldKey) input(std::string("keydown ") + heldKey);
         input(at(grab) + "mousedown 1" + at({corner.x + 200, corner.y + 200}));
-        EXPECT_TRUE(until(
-            [&] {
-                const RectI now = place(kStandings);
-                return now.left == wanted.x && now.top == wanted.y;
-            },
-            5000))
-            << "stands at " << place(kStandings).left << "," << place(kStandings).top
-            << " in place of " << wanted.x << "," << wanted.y;
+        EXPECT_TRUE(until([&] {
+            const RectI now = place(kStandings);
+            return now.left == wanted.x && now.top == wanted.y;
+        })) << "stands at "
+            << place(kStandings).left << "," << place(kStandings).top << " in place of " << wanted.x
+            << "," << wanted.y;
         input("mouseup 1");
         if (heldKey) input(std::string("keyup ") + heldKey);
         EXPECT_TRUE(until([&] {
@@ -265,11 +259,14 @@ TEST_F(X11Program, AClickReachesWhatLiesUnderALockedOverlayOnly) {
     ForeignWindow game({0, 0, 1500, 990}, 0x404040, false);
     input("windowactivate --sync " + std::to_string(game.id()));
     const PointI point = inside(kStandings, {200, 200});
+    int sent = 0;
     ASSERT_TRUE(until([&] { // the window manager may still be at placing it
         input(at(point) + "click 1");
+        ++sent;
         return game.clicks() > 0;
     }));
-    int before = game.clicks();
+    until([&] { return game.clicks() == sent; }, 1000); // those that are still on their way
+    const int before = game.clicks();
     arrange(true);
     input(at(point) + "click 1" + at(inside(kRelative, {200, 60})) + "click 1");
     arrange(false);
