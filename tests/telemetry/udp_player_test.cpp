@@ -35,12 +35,7 @@ protected:
     void SetUp() override {
         if (access(playerProgram().c_str(), X_OK) != 0)
             GTEST_SKIP() << "sim_player is not built beside the tests";
-        // The sibling forwards to the next port up.
-        UdpSocket a, b;
-        for (int i = 0; i < 100 && !b.isOpen(); ++i)
-            if (a.open(0)) b.open(static_cast<uint16_t>(a.port() + 1));
-        ASSERT_TRUE(b.isOpen());
-        desk_.place = {a.port(), b.port(), 300, map_.c_str()};
+        desk_.place.siblingMap = map_.c_str(); // which forwards to the next port up
         desk_.context.lister = listProcessNames;
     }
     void TearDown() override {
