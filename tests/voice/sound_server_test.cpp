@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <sys/wait.h>
 
 namespace vt::test {
@@ -155,23 +156,40 @@ struct SoundServer : Engines {
     }
 };
 
-/// Stretches that must be there, one after another.
+/// A stretch of sound, and the pitch at moments within it.
 struct Wanted {
-    double seconds, hz;
+    struct Pitch {
+        double at, hz; // s from its beginning
+    };
+    double seconds;
+    std::vector<Pitch> pitches;
 };
-std::string compared(const std::vector<float>& heard, const std::vector<Wanted>& wanted) {
+
+std::string faultsOf(const std::vector<float>& heard, const Wanted& wanted) {
     const std::vector<Sound> sounds = soundsIn(heard, 0.1);
+    if (sounds.size() != 1) return std::to_string(sounds.size()) + " sounds";
     std::string faults;
-    if (sounds.size() != wanted.size()) return std::to_string(sounds.size()) + " sounds";
-    for (size_t i = 0; i < wanted.size(); ++i) {
-        const Sound& sound = sounds[i];
-        // Within: ends are soft, and joined ones have another pitch behind the joint.
-        const double hz = pitchOf(heard, sound.from + 480, 2000);
-        if (std::abs(sound.seconds() - wanted[i].seconds) > 0.008 ||
-            std::abs(hz - wanted[i].hz) > wanted[i].hz * 0.005)
-            faults += std::to_string(sound.seconds()) + " s of " + std::to_string(hz) +
-                      " Hz instead of " + std::to_string(wanted[i].seconds) + " of " +
-                      std::to_string(wanted[i].hz) + "; ";
+    if (std::abs(sounds[0].seconds() - wanted.seconds) > 0.008)
+        faults = std::to_string(sounds[0].seconds()) + " s of " + std::to_string(wanted.seconds);
+    for (const Wanted::Pitch& pitch : wanted.pitches) {
+        const size_t from = sounds[0].from + static_cast<size_t>(pitch.at * kRate);
+        const double hz = pitchOf(heard, from, 1900);
+        if (std::abs(hz - pitch.hz) > pitch.hz * 0.005)
+            faults += " " + std::to_string(hz) + " Hz instead of " + std::to_string(pitch.hz);
+    }
+    return faults;
+}
+
+/// What was wrong with the best of many tries: a busy machine loses sound.
+std::string faultsOfBest(const std::string& file, const Wanted& wanted,
+                         const std::function<void()>& play, int tries) {
+    std::string faults = "not tried";
+    for (int i = 0; i < tries && !faults.empty(); ++i) {
+        Recording recording("vt_null", file);
+        recording.more(0.15);
+        play();
+        recording.more(wanted.seconds + 0.3);
+        faults = faultsOf(recording.end(), wanted);
     }
     return faults;
 }
@@ -183,42 +201,37 @@ TEST_F(SoundServer, HearsEverySoundAsLongAndAsHighAsItIs) {
     VoiceEngine engine;
     voiceConfigure(engine, wanted());
     waitReady(engine);
-    // The tones' ends are so soft that some milliseconds are below what counts as heard.
-    const std::vector<Wanted> sounds = {{0.3, 500},    {0.3, 900},   {1.0, 1700}, {0.8, 1700},
-                                        {0.128, 1000}, {0.115, 880}, {0.108, 440}};
-    std::string faults = "not tried";
-    for (int attempt = 0; attempt < 20 && !faults.empty(); ++attempt) {
-        Recording recording("vt_null", folder + "/heard.raw");
-        recording.more(0.3);
-        const auto say = [&](auto&& what, double seconds) {
-            what();
-            recording.more(seconds + 0.25);
-        };
-        say([&] { voiceSayPhrase(engine, 0); }, 0.3);
-        say([&] { voiceSayAlert(engine, 5); }, 0.3);
-        // Turn, line and position, a joint taking 0.05 s from each side; then place and line.
-        say([&] { voiceSayEngineer(engine, 111, 3, 2); }, 1.0);
-        say([&] { engine.tipWord = packTip(0, 2, false), voicePulse(engine); }, 0.85);
-        say([&] { voicePulse(engine); }, 0.14);
-        say([&] { voiceChime(engine, true); }, 0.12);
-        say([&] { voiceChime(engine, false); }, 0.12);
-        const std::vector<float> heard = recording.end();
-        faults = compared(heard, sounds);
-        if (!faults.empty()) continue;
-        const std::vector<Sound> found = soundsIn(heard, 0.1);
-        const auto pitchAt = [&](size_t sound, double seconds) {
-            return pitchOf(heard, found[sound].from + static_cast<size_t>(seconds * kRate), 4000);
-        };
-        const auto expectPitch = [&](const char* what, double hz, double is, double within) {
-            if (std::abs(is - hz) > within) faults += what + (": " + std::to_string(is)) + " Hz; ";
-        };
-        expectPitch("the line behind the turn", 1300, pitchAt(2, 0.5), 5);
-        expectPitch("and the position", 1500, pitchAt(2, 0.85), 5);
-        expectPitch("the tip behind its place", 1100, pitchAt(3, 0.6), 5);
-        expectPitch("the chime's second tone", 1174.66,
-                    pitchOf(heard, found[5].from + 2900 + 480, 1900), 6);
+    struct Case {
+        const char* what;
+        Wanted wanted;
+        std::function<void()> say;
+    };
+    // The tones' ends are so soft that some milliseconds are below what counts as heard. A joint
+    // takes 0.05 s from each side.
+    const Case cases[] = {
+        {"phrase", {0.3, {{0.01, 500}}}, [&] { voiceSayPhrase(engine, 0); }},
+        {"alert", {0.3, {{0.01, 900}}}, [&] { voiceSayAlert(engine, 5); }},
+        {"turn, line and position",
+         {1.0, {{0.01, 1700}, {0.5, 1300}, {0.85, 1500}}},
+         [&] { voiceSayEngineer(engine, 111, 3, 2); }},
+        {"place and line",
+         {0.8, {{0.01, 1700}, {0.6, 1100}}},
+         [&] { engine.tipWord = packTip(0, 2, false), voicePulse(engine); }},
+        {"pulse", {0.128, {{0.01, 1000}}}, [&] { voicePulse(engine); }},
+        {"chime up", {0.115, {{0.01, 880}, {0.07, 1174.66}}}, [&] { voiceChime(engine, true); }},
+        {"chime down", {0.108, {{0.01, 440}}}, [&] { voiceChime(engine, false); }},
+    };
+    const std::string file = folder + "/heard.raw", tone = folder + "/tone.wav";
+    writeTone(tone, 700, 0.3);
+    for (const Case& c : cases) {
+        const std::string faults = faultsOfBest(file, c.wanted, c.say, 15);
+        if (faults.empty()) continue;
+        // Does anybody's sound come through here?
+        const auto play = [&] { run("paplay -d vt_null --latency-msec=20 " + tone); };
+        const std::string others = faultsOfBest(file, {0.3, {{0.01, 700}}}, play, 3);
+        if (!others.empty()) GTEST_SKIP() << "too busy a machine for sound: " << others;
+        ADD_FAILURE() << c.what << ": " << faults;
     }
-    EXPECT_EQ(faults, "");
 }
 
 TEST_F(SoundServer, OutputsThatGoChangeAndComeBackAreUsed) {
