@@ -1,4 +1,5 @@
 // The pictures of Track Map.
+#include "base/format.h"
 #include "base/translate.h"
 #include "overlay/frame/theme.h"
 #include "overlay/overlays/track_map_overlay.h"
@@ -13,7 +14,8 @@ namespace {
 
 constexpr Color kThrottle{0.16f, 0.85f, 0.36f, 1};
 constexpr Color kBrake{0.95f, 0.22f, 0.2f, 1};
-constexpr float kRoadHalf = 6; // m, where no edge is known
+constexpr float kSmallestLabel = 3.5f; // design units; smaller ones cannot be read
+constexpr float kRoadHalf = 6;         // m, where no edge is known
 
 struct MapColours {
     Color road, edge, text, dim, accent, sheet;
@@ -60,53 +62,93 @@ void drawLabel(ListPainter& p, PointF at, std::string_view text, const TextStyle
            TextAlign::center);
 }
 
-struct CarDot {
-    PointF at;
-    const MapCar* car = nullptr;
-    float radius = 5;
-    float apart = 0; // of a lap, from the player; his own comes first
-};
+/// Sizes of what stands on the map follow the window, within what can still be read.
+float unitOf(const OverlayWindow& overlay, RectF rect) {
+    return std::min(rect.width() / static_cast<float>(std::max(overlay.baseWidth, 1)),
+                    rect.height() / static_cast<float>(std::max(overlay.baseHeight, 1)));
+}
+float dotUnit(float unit) {
+    return std::clamp(unit, 0.4f, 1.6f);
+}
+float textUnit(float unit) {
+    return std::clamp(unit, 0.6f, 1.6f);
+}
 
-/// In a pack there is no room for every number: those nearest to the player are written. `own` is
-/// where he stands, which nothing may cover.
-void drawNumbers(ListPainter& p, std::vector<CarDot>& dots, float size, RectF own) {
-    std::stable_sort(dots.begin(), dots.end(),
-                     [](const CarDot& a, const CarDot& b) { return a.apart < b.apart; });
-    std::vector<RectF> taken;
-    taken.reserve(dots.size() + 1);
-    taken.push_back(own);
-    for (const CarDot& dot : dots) {
-        if (dot.car->number <= 0) continue;
-        char label[16];
-        std::snprintf(label, sizeof label, "#%d", dot.car->number);
-        const TextStyle style{Face::sans, size, 700};
-        const PointF over{dot.at.x, dot.at.y - dot.radius - size * 0.8f};
-        const float half = p.width(style, label) / 2 + 2, height = size * 0.6f;
-        const RectF plate{over.x - half, over.y - height, over.x + half, over.y + height};
-        const bool free = std::none_of(taken.begin(), taken.end(), [&plate](const RectF& other) {
-            return plate.left < other.right && other.left < plate.right &&
-                   plate.top < other.bottom && other.top < plate.bottom;
-        });
-        if (!free) continue;
-        taken.push_back(plate);
-        // A plate of its own: the road beneath may be as light as the figures.
-        p.canvas.fillRect(plate, p.ink({0, 0, 0, 0.6f}));
-        drawLabel(p, over, label, style, {1, 1, 1, 1});
+void sortDots(std::vector<MapDot>& dots, float playerPct) {
+    for (MapDot& dot : dots) {
+        const float way = std::abs(dot.car->pct - playerPct);
+        dot.apart = dot.car->player ? -1 : std::min(way, std::abs(1 - way));
+    }
+    // The nearest above the others, the player above all. Cars that are equally far keep the order
+    // of the frame, in which `car` rises.
+    std::sort(dots.begin(), dots.end(), [](const MapDot& a, const MapDot& b) {
+        return a.apart > b.apart || (a.apart == b.apart && a.car < b.car);
+    });
+}
+
+TextStyle turnNumberStyle(const TrackMapConfig& c, float text) {
+    return {Face::sans, 10 * text * std::clamp(c.tmCornerNumScale, 0.3f, 3.0f), 700};
+}
+
+TextStyle plateStyle(float size) {
+    return {Face::sans, size, 700};
+}
+
+/// Dots without plates when `size` is 0.
+void drawDots(ListPainter& p, std::vector<MapDot>& dots, float size) {
+    for (MapDot& dot : dots) {
+        p.canvas.fillEllipse(dot.at, dot.radius + 1.5f, dot.radius + 1.5f, p.ink({0, 0, 0, 0.75f}));
+        p.canvas.fillEllipse(dot.at, dot.radius, dot.radius, p.ink(dot.car->colour));
+        if (size <= 0 || dot.car->number[0] == '\0') continue;
+        dot.halfWidth = p.width(plateStyle(size), dot.car->number) / 2 + 2;
+        dot.halfHeight = size * 0.6f;
     }
 }
 
-void drawCars(ListPainter& p, std::vector<CarDot>& dots, float playerPct, bool numbers, float size,
-              RectF own) {
-    for (CarDot& dot : dots) {
-        p.canvas.fillEllipse(dot.at, dot.radius + 1.5f, dot.radius + 1.5f, p.ink({0, 0, 0, 0.75f}));
-        p.canvas.fillEllipse(dot.at, dot.radius, dot.radius, p.ink(dot.car->colour));
-        const float way = std::abs(dot.car->pct - playerPct);
-        dot.apart = dot.car->player ? -1 : std::min(way, std::abs(1 - way));
-        if (dot.car->player)
-            own = {dot.at.x - dot.radius, dot.at.y - dot.radius, dot.at.x + dot.radius,
-                   dot.at.y + dot.radius};
+void drawPlates(ListPainter& p, const MapPlates& plates, float size) {
+    for (const MapPlate& plate : plates.shown) {
+        // A plate of its own: the road beneath may be as light as the figures.
+        p.canvas.fillRect(plate.box, p.ink({0, 0, 0, 0.6f}));
+        drawLabel(p, {plate.box.centerX(), plate.box.centerY()}, plate.dot->car->number,
+                  plateStyle(size), {1, 1, 1, 1});
     }
-    if (numbers) drawNumbers(p, dots, size, own);
+}
+
+// ---- the turns of a lap -------------------------------------------------------------------------
+
+RectF within(RectF box, RectF bounds) {
+    const float dx =
+        std::max(bounds.left - box.left, 0.0f) - std::max(box.right - bounds.right, 0.0f);
+    const float dy =
+        std::max(bounds.top - box.top, 0.0f) - std::max(box.bottom - bounds.bottom, 0.0f);
+    return {box.left + dx, box.top + dy, box.right + dx, box.bottom + dy};
+}
+
+bool meets(const std::vector<RectF>& taken, const RectF& box) {
+    return std::any_of(taken.begin(), taken.end(), [&box](const RectF& other) {
+        return box.left < other.right && other.left < box.right && box.top < other.bottom &&
+               other.top < box.bottom;
+    });
+}
+
+/// The way from the road's own middle at a turn to its outside, length 1.
+PointF outwards(const TrackShape& shape, const MapFit& fit, float pct, PointF middle) {
+    const PointF at = fit(shapeAt(shape, pct));
+    const PointF near = fit(shapeAt(shape, pct - 0.01f)), far = fit(shapeAt(shape, pct + 0.01f));
+    PointF out{at.x - (near.x + far.x) / 2, at.y - (near.y + far.y) / 2};
+    float way = std::hypot(out.x, out.y);
+    if (way < 0.05f) {
+        out = {at.x - middle.x, at.y - middle.y};
+        way = std::max(std::hypot(out.x, out.y), 1.0f);
+    }
+    return {out.x / way, out.y / way};
+}
+
+/// A text of that size beside the road: the box touches a circle of `off` around the turn.
+RectF beside(PointF at, PointF out, float off, float width, float height) {
+    const float x = at.x + out.x * (off + width / 2 * std::abs(out.x));
+    const float y = at.y + out.y * (off + height / 2 * std::abs(out.y));
+    return {x - width / 2, y - height / 2, x + width / 2, y + height / 2};
 }
 
 // ---- the road ahead -----------------------------------------------------------------------------
@@ -258,30 +300,52 @@ void drawInfo(ListPainter& p, RectF bar, const std::vector<InfoCell>& cells, Col
     if (cells.empty()) return;
     p.roundedRect(bar, 5, ground, p.content);
     const float width = bar.width() / static_cast<float>(cells.size());
+    const float pad = std::min(3.0f, bar.height() * 0.1f);
+    const float height = bar.height() - 2 * pad, room = width - 2 * pad;
+    // In a bar too low for both, the values stand alone.
+    const bool labelled = height * 0.3f >= kSmallestLabel;
+    const float head = labelled ? height * 0.36f : 0;
+    TextStyle label{Face::sans, std::min(9 * text, head * 0.85f), 600};
+    TextStyle figures{Face::race, std::min(17 * text, (height - head) * 0.8f), 700};
+    const auto valueOf = [&](const InfoCell& cell, char(&value)[48]) {
+        formatText(value, sizeof value, labelled && cell.unit[0] ? "%s %s" : "%s", cell.value,
+                   cell.unit);
+        return std::string_view(value);
+    };
+    // One size for all: that of the widest.
+    char value[48];
+    float wide = 1, wideLabel = 1;
+    for (const InfoCell& cell : cells) {
+        wide = std::max(wide, p.width(figures, valueOf(cell, value)) / room);
+        if (labelled) wideLabel = std::max(wideLabel, p.width(label, cell.label) / room);
+    }
+    figures.size = std::floor(figures.size / wide * 2) / 2;
+    label.size = std::floor(label.size / wideLabel * 2) / 2;
     for (size_t i = 0; i < cells.size(); ++i) {
         const InfoCell& cell = cells[i];
-        const float left = bar.left + width * static_cast<float>(i);
-        const RectF box{left + 3, bar.top + 3, left + width - 3, bar.bottom - 3};
-        const float label = box.height() * 0.36f;
-        p.text({box.left, box.top, box.right, box.top + label}, cell.label,
-               {Face::sans, std::min(9 * text, label * 0.85f), 600}, colours.dim,
-               TextAlign::center);
-        char value[48];
-        std::snprintf(value, sizeof value, cell.unit[0] ? "%s %s" : "%s%s", cell.value, cell.unit);
-        p.text({box.left, box.top + label, box.right, box.bottom}, value,
-               {Face::race, std::min(17 * text, (box.height() - label) * 0.8f), 700}, cell.colour,
-               TextAlign::center);
+        const float left = bar.left + width * static_cast<float>(i) + pad;
+        const RectF box{left, bar.top + pad, left + room, bar.bottom - pad};
+        if (labelled)
+            p.text({box.left, box.top, box.right, box.top + head}, cell.label, label, colours.dim,
+                   TextAlign::center);
+        p.text({box.left, box.top + head, box.right, box.bottom}, valueOf(cell, value), figures,
+               cell.colour, TextAlign::center);
     }
 }
 
 } // namespace
 
-void TrackMapOverlay::drawLap(ListPainter& p, RectF rect, const SimFrame& shown, float text) {
+void TrackMapOverlay::drawLap(ListPainter& p, RectF rect, const SimFrame& shown, float textScale) {
     const TrackMapConfig& c = config.trackmap;
     const MapColours colours = coloursOf(config);
-    const float unit = rect.width() / static_cast<float>(std::max(baseWidth, 1));
+    const float unit = unitOf(*this, rect), text = textScale * textUnit(unit);
     const float width = std::clamp(c.tmTrackWidth, 1.0f, 24.0f) * std::min(unit, 2.0f);
-    const float margin = std::max(width / 2 + 14, 26 * std::min(unit, 2.0f));
+    // Room for the road's half, a number beside it and a plate; large figures take no more than a
+    // fifth of the map.
+    const float figures = c.tmShowTurns ? turnNumberStyle(c, text).size * 1.3f + 4 * text : 0;
+    const float margin =
+        std::max({width / 2 + 14 * dotUnit(unit), 26 * std::min(unit, 2.0f),
+                  std::min(width / 2 + figures, std::min(rect.width(), rect.height()) * 0.2f)});
     const RectF inside{rect.left + margin, rect.top + margin, rect.right - margin,
                        rect.bottom - margin};
     if (inside.width() < 10 || inside.height() < 10) return;
@@ -307,43 +371,89 @@ void TrackMapOverlay::drawLap(ListPainter& p, RectF rect, const SimFrame& shown,
                           p.ink(colours.accent), 3);
     }
     const PointF middle{(inside.left + inside.right) / 2, (inside.top + inside.bottom) / 2};
-    for (const TrackTurn& turn : shape_.turns) {
-        const PointF at = fit_(shapeAt(shape_, turn.pct));
-        // Outwards from the road's own middle there, so that numbers stand beside it.
-        const PointF near = fit_(shapeAt(shape_, turn.pct - 0.01f)),
-                     far = fit_(shapeAt(shape_, turn.pct + 0.01f));
-        float outX = at.x - (near.x + far.x) / 2, outY = at.y - (near.y + far.y) / 2;
-        float way = std::hypot(outX, outY);
-        if (way < 0.05f) {
-            outX = at.x - middle.x;
-            outY = at.y - middle.y;
-            way = std::max(std::hypot(outX, outY), 1.0f);
-        }
-        const float off = width / 2 + 9 * text;
-        char number[8];
-        std::snprintf(number, sizeof number, "%d", turn.number);
-        if (c.tmShowTurns)
-            drawLabel(p, {at.x + outX / way * off, at.y + outY / way * off}, number,
-                      {Face::sans, 10 * text * std::clamp(c.tmCornerNumScale, 0.3f, 3.0f), 700},
-                      colours.text);
-        if (c.tmShowNames && !turn.name.empty())
-            drawLabel(p, {at.x + outX / way * off, at.y + outY / way * off + 11 * text}, turn.name,
-                      {Face::sans, 9 * text * std::clamp(c.tmCornerNameScale, 0.3f, 3.0f), 500},
-                      colours.dim);
-    }
+    drawTurns(p, rect, middle, width / 2 + 1.5f + 3 * text, text);
+
     buildMapCars(cars_, shape_, shown);
-    std::vector<CarDot> dots;
-    dots.reserve(cars_.size());
-    for (const MapCar& car : cars_)
-        dots.push_back({fit_(car.at), &car, car.player ? 6.5f : 5.0f});
-    drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers,
-             8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f), {});
+    dots_.clear();
+    for (const MapCar& car : cars_) {
+        const PointF at = fit_(car.at), next = fit_(shapeAt(shape_, car.pct + 0.002f));
+        const float way = std::hypot(next.x - at.x, next.y - at.y);
+        MapDot& dot = dots_.emplace_back();
+        dot.at = at;
+        if (way > 1e-4f) dot.way = {(next.x - at.x) / way, (next.y - at.y) / way};
+        dot.car = &car;
+        dot.radius = (car.player ? 6.5f : 5.0f) * dotUnit(unit);
+    }
+    drawCars(p, rect, middle, shown.lapDistPct, 8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f));
 }
 
-bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& shown, float text) {
+/// Numbers of the turns, then names where there is room for them; their boxes go to `taken_`.
+void TrackMapOverlay::drawTurns(ListPainter& p, RectF rect, PointF middle, float off, float text) {
     const TrackMapConfig& c = config.trackmap;
     const MapColours colours = coloursOf(config);
-    const float barHeight = 38 * std::min(rect.height() / static_cast<float>(baseHeight), 1.6f);
+    const RectF bounds{rect.left + 2, rect.top + 2, rect.right - 2, rect.bottom - 2};
+    const TextStyle numbers = turnNumberStyle(c, text);
+    const TextStyle names{Face::sans, 9 * text * std::clamp(c.tmCornerNameScale, 0.3f, 3.0f), 500};
+    const auto put = [&](RectF box, std::string_view shown, const TextStyle& style, Color colour) {
+        box = within(box, bounds);
+        if (meets(taken_, box)) return false;
+        taken_.push_back(box);
+        drawLabel(p, {box.centerX(), box.centerY()}, shown, style, colour);
+        return true;
+    };
+    const auto size = [&](std::string_view shown, const TextStyle& style) {
+        return PointF{p.width(style, shown) + 2, style.size * 1.1f};
+    };
+    taken_.clear();
+    char number[8];
+    for (const TrackTurn& turn : shape_.turns) {
+        if (!c.tmShowTurns) break;
+        formatText(number, sizeof number, "%d", turn.number);
+        const PointF at = fit_(shapeAt(shape_, turn.pct)), box = size(number, numbers);
+        put(beside(at, outwards(shape_, fit_, turn.pct, middle), off, box.x, box.y), number,
+            numbers, colours.text);
+    }
+    for (const TrackTurn& turn : shape_.turns) {
+        if (!c.tmShowNames || turn.name.empty()) continue;
+        const PointF at = fit_(shapeAt(shape_, turn.pct)), box = size(turn.name, names);
+        const PointF out = outwards(shape_, fit_, turn.pct, middle);
+        PointF own{};
+        if (c.tmShowTurns) {
+            formatText(number, sizeof number, "%d", turn.number);
+            own = size(number, numbers);
+        }
+        // Beyond the number, else below or above it.
+        const RectF beyond =
+            beside(at, out, off + std::abs(out.x) * own.x + std::abs(out.y) * own.y, box.x, box.y);
+        const RectF by = within(beside(at, out, off, own.x, own.y), bounds);
+        const float x = by.centerX() - box.x / 2, step = own.y / 2 + box.y / 2 + 0.5f;
+        const auto shifted = [&](float dy) {
+            const float top = by.centerY() + dy - box.y / 2;
+            return RectF{x, top, x + box.x, top + box.y};
+        };
+        if (!put(beyond, turn.name, names, colours.dim) &&
+            !put(shifted(step), turn.name, names, colours.dim))
+            put(shifted(-step), turn.name, names, colours.dim);
+    }
+}
+
+void TrackMapOverlay::drawCars(ListPainter& p, RectF bounds, PointF away, float playerPct,
+                               float size) {
+    sortDots(dots_, playerPct);
+    const bool numbers = config.trackmap.tmShowCarNumbers;
+    drawDots(p, dots_, numbers ? size : 0);
+    if (!numbers) return;
+    placePlates(plates_, dots_, taken_, bounds, away);
+    drawPlates(p, plates_, size);
+}
+
+bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& shown,
+                                float textScale) {
+    const TrackMapConfig& c = config.trackmap;
+    const MapColours colours = coloursOf(config);
+    const float unit = unitOf(*this, rect), text = textScale * textUnit(unit);
+    const float dots = dotUnit(unit);
+    const float barHeight = 38 * std::clamp(unit, 0.32f, 1.6f);
     const CornerCall call = nextCorner(shape_, shown.lapDistPct);
     std::vector<InfoCell> cells;
     fillCells(cells, c, shape_, call, colours.text);
@@ -371,26 +481,34 @@ bool TrackMapOverlay::drawAhead(ListPainter& p, RectF rect, const SimFrame& show
     if (c.tmFollowBrakePt) drawBrakePoint(ahead, call);
     if (c.tmFollowCornerSign && call.known) {
         const PointF at = view(shapeAt(shape_, call.pct));
-        p.canvas.strokeEllipse(at, 7, 7, p.ink({0, 0, 0, 0.8f}), 5);
-        p.canvas.strokeEllipse(at, 7, 7, p.ink(severityColour(call.severity)), 3);
+        const float reach = 7 * dots;
+        p.canvas.strokeEllipse(at, reach, reach, p.ink({0, 0, 0, 0.8f}), 5 * dots);
+        p.canvas.strokeEllipse(at, reach, reach, p.ink(severityColour(call.severity)), 3 * dots);
     }
     buildMapCars(cars_, shape_, shown);
-    std::vector<CarDot> dots;
-    dots.reserve(cars_.size());
+    dots_.clear();
     for (const MapCar& car : cars_) {
         const PointF at = view(car.at);
-        if (!car.player && at.x >= road.left && at.x < road.right && at.y >= road.top &&
-            at.y < road.bottom)
-            dots.push_back({at, &car});
+        if (car.player || at.x < road.left || at.x >= road.right || at.y < road.top ||
+            at.y >= road.bottom)
+            continue;
+        MapDot& dot = dots_.emplace_back();
+        dot.at = at;
+        const PointF side = ahead.across(car.pct);
+        if (const float metre = std::hypot(side.x, side.y); metre > 1e-4f)
+            dot.way = {side.y / metre, -side.x / metre};
+        dot.car = &car;
+        dot.radius = 5 * dots;
     }
     const PointF me = view.anchor;
-    drawCars(p, dots, shown.lapDistPct, c.tmShowCarNumbers, 8 * text,
-             {me.x - 7, me.y - 10, me.x + 7, me.y + 8});
+    taken_.assign(1, {me.x - 7 * dots, me.y - 10 * dots, me.x + 7 * dots, me.y + 8 * dots});
+    drawCars(p, open, {rect.left, me.y}, shown.lapDistPct,
+             8 * text * std::clamp(c.tmCarNumScale, 0.3f, 3.0f));
     const PathRef arrow = PathBuilder()
-                              .moveTo(me.x, me.y - 10)
-                              .lineTo(me.x + 7, me.y + 8)
-                              .lineTo(me.x, me.y + 4)
-                              .lineTo(me.x - 7, me.y + 8)
+                              .moveTo(me.x, me.y - 10 * dots)
+                              .lineTo(me.x + 7 * dots, me.y + 8 * dots)
+                              .lineTo(me.x, me.y + 4 * dots)
+                              .lineTo(me.x - 7 * dots, me.y + 8 * dots)
                               .close()
                               .build();
     p.canvas.strokePath(arrow.get(), p.ink({0, 0, 0, 0.8f}), 3);

@@ -1,5 +1,6 @@
 #include "overlay/overlays/track_map_view.h"
 
+#include "base/format.h"
 #include "base/lap.h"
 #include "base/translate.h"
 #include "race/relative_model.h"
@@ -89,13 +90,23 @@ void buildMapCars(std::vector<MapCar>& cars, const TrackShape& shape, const SimF
     cars.clear();
     const CarRow* player = playerRow(frame);
     const ClassPalette palette = buildClassPalette(frame, player);
-    const auto add = [&](float pct, int number, Color colour, bool own) {
-        if (pct >= 0 && pct <= 1) cars.push_back({pct, shapeAt(shape, pct), colour, number, own});
+    const auto add = [&](float pct, const CarRow* row, Color colour, bool own) {
+        if (!(pct >= 0 && pct <= 1)) return;
+        MapCar& car = cars.emplace_back();
+        car.pct = pct;
+        car.at = shapeAt(shape, pct);
+        car.colour = colour;
+        car.player = own;
+        if (!row) return;
+        car.key = row->carIdx;
+        if (row->carNumber[0] != '\0') // "007" is not "7"
+            formatText(car.number, sizeof car.number, "#%.7s", row->carNumber);
+        else if (row->carNumberValue > 0)
+            formatText(car.number, sizeof car.number, "#%d", row->carNumberValue);
     };
     for (const CarRow& row : frame.cars)
-        if (&row != player)
-            add(row.lapDistPct, row.carNumberValue, classColour(palette, row.carClass), false);
-    add(frame.lapDistPct, player ? player->carNumberValue : 0, {1, 1, 1, 1}, true);
+        if (&row != player) add(row.lapDistPct, &row, classColour(palette, row.carClass), false);
+    add(frame.lapDistPct, player, {1, 1, 1, 1}, true);
 }
 
 MapFit fitMap(const TrackShape& shape, RectF rect) {

@@ -16,7 +16,8 @@ struct MapCar {
     float pct = 0;
     PointF at; // in the shape's plane
     Color colour;
-    int number = 0;
+    char number[10] = ""; // "#7"; empty = not known
+    int key = -1;         // car index
     bool player = false;
 };
 /// The player last; rows that are nowhere are left out.

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 
 namespace vt {
 
@@ -16,6 +17,7 @@ namespace {
 constexpr int kWidth = 700, kHeight = 126, kLaneHeight = 50;
 constexpr float kMargin = 12;
 constexpr float kShortestLine = 60;
+constexpr float kDotRing = 1.5f; // its dark edge
 
 /// One picture's measures, in the window's own design units.
 struct StripLook {
@@ -28,6 +30,7 @@ struct StripLook {
     float x(float at) const { return left + (right - left) * at; }
     float y(float base) const { return rect.top + base * unit; }
     float dot(bool player) const { return (player ? 6.5f : 5.0f) * std::min(unit, 1.6f); }
+    float stallHalf() const { return 3.5f * std::clamp(unit, 0.35f, 1.6f); }
     TextStyle style(float size, int weight = 600) const {
         return {Face::sans, size * text * std::min(unit, 1.6f), weight};
     }
@@ -35,7 +38,7 @@ struct StripLook {
 
 void drawDot(StripLook& look, float x, float y, const StripCar& car) {
     const float radius = look.dot(car.player);
-    look.p.canvas.fillEllipse({x, y}, radius + 1.5f, radius + 1.5f,
+    look.p.canvas.fillEllipse({x, y}, radius + kDotRing, radius + kDotRing,
                               look.p.ink({0.03f, 0.04f, 0.05f, 0.9f}));
     look.p.canvas.fillEllipse({x, y}, radius, radius, look.p.ink(car.colour));
     if (!car.player) return;
@@ -83,31 +86,68 @@ void drawLine(StripLook& look, const TrackStripView& view) {
         drawDot(look, look.x(car.at), y, car);
 }
 
-void drawPits(StripLook& look, const TrackStripView& view) {
+/// Where the lane's caption may stand: parts of the line. The middle first: stalls and the cars at
+/// them are as a rule near the start line, which is at both ends.
+constexpr float kCaptionPlaces[] = {0.5f, 0.3f, 0.7f, 0.15f, 0.85f, 0, 1};
+constexpr float kCaptionSpare = 4;
+
+/// The caption's place, -1 where none is free. It stays at `place` for as long as nothing stands
+/// there.
+int captionPlace(const StripLook& look, const TrackStripView& view, float width, int place) {
+    const auto left = [&](int at) {
+        return look.left + 5 + (look.right - look.left - 10 - width) * kCaptionPlaces[at];
+    };
+    const auto covers = [&](int at, float x, float reach) {
+        return x + reach > left(at) && x - reach < left(at) + width;
+    };
+    const auto free = [&](int at, float spare) {
+        if (view.stall >= 0 && covers(at, look.x(view.stall), look.stallHalf() + spare))
+            return false;
+        return std::none_of(view.pits.begin(), view.pits.end(), [&](const StripCar& car) {
+            return covers(at, look.x(car.at), look.dot(car.player) + kDotRing + spare);
+        });
+    };
+    if (width > look.right - look.left - 10) return -1;
+    if (place >= 0 && free(place, 0)) return place;
+    for (int at = 0; at < static_cast<int>(std::size(kCaptionPlaces)); ++at)
+        if (free(at, kCaptionSpare)) return at;
+    return -1;
+}
+
+void drawPits(StripLook& look, const TrackStripView& view, int& place) {
     const OverlayTheme& theme = themePalette();
     const float top = look.y(56), bottom = look.y(72), y = (top + bottom) / 2;
     const TextStyle small = look.style(9);
     const RectF lane{look.left, top, look.right, bottom};
     look.p.canvas.fillRect(lane, look.p.ink(fade(theme.stripFill, 0.9f)));
-    look.p.text({lane.left + 5, lane.top, lane.right, lane.bottom}, Translate("PIT LANE"), small,
-                fade(theme.textDim, 0.8f));
+    const char* caption = Translate("PIT LANE");
+    const float width = look.p.width(small, caption) + 1;
+    place = captionPlace(look, view, width, place);
+    if (place >= 0) {
+        const float left = lane.left + 5 + (lane.width() - 10 - width) * kCaptionPlaces[place];
+        look.p.text({left, lane.top, left + width, lane.bottom}, caption, small,
+                    fade(theme.textDim, 0.8f));
+    }
     if (view.stall >= 0) {
-        const float x = look.x(view.stall);
-        look.p.canvas.fillRect({x - 3.5f, top, x + 3.5f, bottom}, look.p.ink(theme.accent));
+        const float x = look.x(view.stall), half = look.stallHalf();
+        look.p.canvas.fillRect({x - half, top, x + half, bottom}, look.p.ink(theme.accent));
     }
     for (const StripCar& car : view.pits)
         drawDot(look, look.x(car.at), y, car);
 }
 
-void drawLabel(StripLook& look, const TrackStripView& view, int index, float y) {
+/// Under the lane, on the car's own side of the player: two cars close by have room for both.
+void drawLabel(StripLook& look, const TrackStripView& view, int index, bool ahead) {
     if (index < 0) return;
     const StripCar& car = view.lane[static_cast<size_t>(index)];
     char label[16];
     std::snprintf(label, sizeof label, "%+.1f", static_cast<double>(car.gap));
     const TextStyle figures{Face::mono, look.style(10).size, 600};
-    const float half = look.p.width(figures, label) / 2 + 1;
-    const float x = std::clamp(look.x(0.5f + car.at / 2), look.left + half, look.right - half);
-    look.p.text({x - half, y, x + half, y + figures.size * 1.3f}, label, figures,
+    const float half = look.p.width(figures, label) / 2 + 1, middle = look.x(0.5f);
+    const float from = ahead ? middle + half + 1 : look.left + half;
+    const float to = ahead ? look.right - half : middle - half - 1;
+    const float x = std::max(std::min(look.x(0.5f + car.at / 2), to), from);
+    look.p.text({x - half, look.y(109.5f), x + half, look.y(125)}, label, figures,
                 themePalette().text, TextAlign::center);
 }
 
@@ -115,12 +155,18 @@ void drawLane(StripLook& look, const TrackStripView& view) {
     const OverlayTheme& theme = themePalette();
     const RectF head{look.left, look.y(79), look.right, look.y(91)};
     const TextStyle small = look.style(9.5f, 700);
-    look.p.text(head, Translate("WITHIN 5 SECONDS"), small, theme.textDim, TextAlign::center);
+    // The title has the middle to itself, the counts the sides.
+    const float side = head.width() * 0.28f;
+    look.p.text({head.left + side + 4, head.top, head.right - side - 4, head.bottom},
+                Translate("WITHIN 5 SECONDS"), small, theme.textDim, TextAlign::center);
     char more[32];
     const auto others = [&](int count, TextAlign align) {
         if (count <= 0) return;
         std::snprintf(more, sizeof more, Translate("%d MORE"), count);
-        look.p.text(head, more, small, theme.textDim, align);
+        const bool trailing = align == TextAlign::trailing;
+        look.p.text({trailing ? head.right - side : head.left, head.top,
+                     trailing ? head.right : head.left + side, head.bottom},
+                    more, small, theme.textDim, align);
     };
     others(view.moreBehind, TextAlign::leading);
     others(view.moreAhead, TextAlign::trailing);
@@ -135,8 +181,8 @@ void drawLane(StripLook& look, const TrackStripView& view) {
     for (const StripCar& car : view.lane)
         drawDot(look, look.x(0.5f + car.at / 2), y, car);
     drawDot(look, look.x(0.5f), y, {0, 0, {1, 1, 1, 1}, true});
-    drawLabel(look, view, view.nearestAhead, look.y(110));
-    drawLabel(look, view, view.nearestBehind, look.y(110));
+    drawLabel(look, view, view.nearestAhead, true);
+    drawLabel(look, view, view.nearestBehind, false);
 }
 
 } // namespace
@@ -190,7 +236,7 @@ void TrackStripOverlay::draw(Canvas& target, RectF rect) {
                      TextAlign::center);
     } else {
         drawHead(look, view_);
-        if (c.tsShowPit) drawPits(look, view_);
+        if (c.tsShowPit) drawPits(look, view_, captionPlace_);
         drawLine(look, view_);
         if (c.tsShowGaps) drawLane(look, view_);
     }

@@ -19,6 +19,7 @@ public:
 
 private:
     TrackStripView view_;
+    int captionPlace_ = -1; // of the pit lane's caption in the last picture
     TextShelf shelf_;
     StampShelf stamps_;
 };

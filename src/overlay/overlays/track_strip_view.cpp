@@ -101,15 +101,17 @@ uint64_t hashTrackStrip(const TrackStripView& view, float pixels) {
     cars(view.cars, pixels);
     cars(view.pits, pixels);
     cars(view.lane, pixels / 2);
-    for (const int nearest : {view.nearestAhead, view.nearestBehind})
+    for (const int nearest : {view.nearestAhead, view.nearestBehind}) {
+        hash.flag(nearest >= 0); // "+0.0" and "-0.0" stand on different sides
         hash.scaled(
             nearest < 0 ? 0 : static_cast<double>(view.lane[static_cast<size_t>(nearest)].gap), 10);
+    }
     hash.number(view.moreAhead);
     hash.number(view.moreBehind);
     hash.number(view.sector);
     for (const float start : view.sectorStarts)
-        hash.scaled(static_cast<double>(start), 1000);
-    hash.scaled(static_cast<double>(view.stall), 1000);
+        hash.scaled(static_cast<double>(start), static_cast<double>(pixels));
+    hash.scaled(static_cast<double>(view.stall), static_cast<double>(pixels));
     hash.text(view.place);
     hash.text(view.laps);
     return hash.value ? hash.value : 1;
