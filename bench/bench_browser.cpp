@@ -223,14 +223,27 @@ void headDone(Viewer& viewer) {
 
 /// When --serve painted the message's picture; else anything.
 int64_t paintedAt(const Viewer& viewer) {
-    // The part of the upper left corner comes first; the number of parts is in the first bytes.
-    const auto byte = [&](size_t i) { return static_cast<size_t>(viewer.start[i] & 0xFF); };
-    const size_t at =
-        viewer.parts && viewer.start.size() >= 4 ? 4 + 8 * (byte(0) | byte(1) << 8) : 0;
-    if (viewer.start.size() < at + 32) return 0;
+    std::vector<uint32_t> words(viewer.start.size() / 4);
+    std::memcpy(words.data(), viewer.start.data(), words.size() * 4);
+    std::vector<uint32_t> pixels;
+    if (viewer.parts) {
+        // The part of the upper left corner comes first.
+        for (size_t at = 1 + (words.empty() ? 0 : words[0]) * size_t{2};
+             at + 1 < words.size() && pixels.size() < 8;) {
+            const uint32_t token = words[at++];
+            const size_t n = token & ~kRunOfOne;
+            for (size_t i = 0; i < n && pixels.size() < 8; ++i)
+                pixels.push_back(token & kRunOfOne       ? words[at]
+                                 : at + i < words.size() ? words[at + i]
+                                                         : 0);
+            at += token & kRunOfOne ? 1 : n;
+        }
+    } else {
+        pixels = words;
+    }
     int64_t time = 0;
-    for (size_t i = 8; i-- > 0;)
-        time = time << 8 | static_cast<int64_t>(byte(at + i * 4));
+    for (size_t i = std::min<size_t>(pixels.size(), 8); i-- > 0;)
+        time = time << 8 | static_cast<int64_t>(pixels[i] & 0xFF);
     return time;
 }
 

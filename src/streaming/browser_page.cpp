@@ -24,35 +24,43 @@ canvas { display: block; }
 const SLOT = "__SLOT__", KEY = "__KEY__";
 const canvas = document.getElementById("picture");
 const context = canvas.getContext("2d");
-let W = 0, H = 0, parts = false;
+let W = 0, H = 0, parts = false, pixels = null;
 
 function resize(message) {
   W = message.w;
   H = message.h;
   parts = message.parts === true;
+  pixels = new Uint32Array(parts ? W * H : 0);
   canvas.width = W;
   canvas.height = H;
   context.clearRect(0, 0, W, H);
 }
 
-function put(buffer, at, x, y, w, h) {
-  const pixels = new Uint8ClampedArray(buffer, at, w * h * 4);
-  context.putImageData(new ImageData(pixels, w, h), x, y);
+function put(buffer, x, y, w, h) {
+  context.putImageData(new ImageData(new Uint8ClampedArray(buffer, 0, w * h * 4), w, h), x, y);
 }
 
 function paint(buffer) {
   // Any other length: a resize is in flight; wait for the size message.
-  if (buffer.byteLength === W * H * 4) put(buffer, 0, 0, 0, W, H);
+  if (buffer.byteLength === W * H * 4) put(buffer, 0, 0, W, H);
 }
 
-// The number of parts, the place and size of each, then their pixels.
+// The number of parts, the place and size of each, then their pixels: runs of one, stretches of others.
 function paintParts(buffer) {
-  const head = new DataView(buffer), count = head.getUint32(0, true);
-  let at = 4 + count * 8;
-  for (let i = 4; i < 4 + count * 8; i += 8) {
-    const [x, y, w, h] = [0, 2, 4, 6].map((field) => head.getUint16(i + field, true));
-    put(buffer, at, x, y, w, h);
-    at += w * h * 4;
+  const words = new Uint32Array(buffer), count = words[0];
+  let at = 1 + count * 2;
+  for (let i = 1; i < 1 + count * 2; i += 2) {
+    const w = words[i + 1] & 0xffff, h = words[i + 1] >>> 16;
+    for (let to = 0; to < w * h;) {
+      const token = words[at++], end = to + (token & 0x7fffffff);
+      if (token >>> 31) {
+        pixels.fill(words[at++], to, end);
+        to = end;
+      } else {
+        while (to < end) pixels[to++] = words[at++];
+      }
+    }
+    put(pixels.buffer, words[i] & 0xffff, words[i] >>> 16, w, h);
   }
 }
 

@@ -81,7 +81,7 @@ void startPicture(StreamPicture& picture, int width, int height) {
     const int rows = (height + kTileHeight - 1) / kTileHeight;
     picture.changedAt.assign(static_cast<size_t>(tilesAcross(picture) * rows), 0);
     if (!picture.pool) picture.pool = std::make_shared<FrameBytesPool>();
-    // The list of parts takes less than a pixel of each tile; a message of all is the largest.
+    // The largest message is one of all, with a token before each row.
     picture.pool->keepUpTo(bytes * 2 + 64);
 }
 
@@ -153,25 +153,59 @@ std::vector<Part> partsSince(const StreamPicture& picture, uint64_t since) {
     return parts;
 }
 
-void append(FrameBytes& out, size_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-        out.push_back(static_cast<uint8_t>(value >> (8 * i)));
+void append(FrameBytes& out, uint32_t word) {
+    uint8_t bytes[sizeof word];
+    std::memcpy(bytes, &word, sizeof word);
+    out.insert(out.end(), bytes, bytes + sizeof word);
+}
+
+/// A run shorter than this is not worth a token of its own among pixels that differ.
+constexpr int kShortestRun = 4;
+
+/// A row as runs of one pixel and stretches of others.
+void appendRow(FrameBytes& out, const uint8_t* row, int width) {
+    const auto pixel = [row](int x) {
+        uint32_t word;
+        std::memcpy(&word, row + static_cast<size_t>(x) * kPixel, sizeof word);
+        return word;
+    };
+    int stretch = 0; // where pixels begin that stand as they are
+    const auto appendStretch = [&](int end) {
+        if (end == stretch) return;
+        append(out, static_cast<uint32_t>(end - stretch));
+        out.insert(out.end(), row + static_cast<size_t>(stretch) * kPixel,
+                   row + static_cast<size_t>(end) * kPixel);
+    };
+    for (int x = 0; x < width;) {
+        const uint32_t colour = pixel(x);
+        int end = x + 1;
+        while (end < width && pixel(end) == colour)
+            ++end;
+        if (end - x >= kShortestRun) {
+            appendStretch(x);
+            append(out, kRunOfOne | static_cast<uint32_t>(end - x));
+            append(out, colour);
+            stretch = end;
+        }
+        x = end;
+    }
+    appendStretch(width);
 }
 
 SharedBytes packed(StreamPicture& picture, const std::vector<Part>& parts) {
-    size_t size = 4;
+    size_t room = 4;
     for (const Part& part : parts)
-        size += 8 + static_cast<size_t>(part.width) * static_cast<size_t>(part.height) * kPixel;
-    const auto out = picture.pool->take(size);
-    append(*out, parts.size(), 4);
+        room +=
+            8 + static_cast<size_t>(part.height) * (static_cast<size_t>(part.width) + 1) * kPixel;
+    const auto out = picture.pool->take(room);
+    append(*out, static_cast<uint32_t>(parts.size()));
+    for (const Part& part : parts) {
+        append(*out, static_cast<uint32_t>(part.x) | static_cast<uint32_t>(part.y) << 16);
+        append(*out, static_cast<uint32_t>(part.width) | static_cast<uint32_t>(part.height) << 16);
+    }
     for (const Part& part : parts)
-        for (const int value : {part.x, part.y, part.width, part.height})
-            append(*out, static_cast<size_t>(value), 2);
-    for (const Part& part : parts)
-        for (int y = part.y; y < part.y + part.height; ++y) {
-            const uint8_t* row = picture.straight.data() + pixelAt(picture, part.x, y);
-            out->insert(out->end(), row, row + static_cast<size_t>(part.width) * kPixel);
-        }
+        for (int y = part.y; y < part.y + part.height; ++y)
+            appendRow(*out, picture.straight.data() + pixelAt(picture, part.x, y), part.width);
     return out;
 }
 

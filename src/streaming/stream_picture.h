@@ -16,6 +16,8 @@ using SharedBytes = std::shared_ptr<const FrameBytes>; // shared by all viewers 
 /// A picture is compared by tiles of this size; those at the right and lower edge may be smaller.
 constexpr int kTileWidth = 32, kTileHeight = 16;
 
+constexpr uint32_t kRunOfOne = 0x80000000u; // a token's mark
+
 class FrameBytesPool;
 
 /// The newest picture of a slot. One thread.
@@ -43,10 +45,11 @@ bool updatePicture(StreamPicture& picture, const FramePixels& frame);
 /// The whole picture: straight RGBA, width * height * 4 bytes, top row first.
 SharedBytes wholePicture(StreamPicture& picture);
 
-/// What changed after the picture with counter `since` (0: everything). Little-endian: the number
-/// of parts in 4 bytes; x, y, width and height of each in 2 bytes each; then the straight RGBA of
-/// each, rows without gaps. Parts do not overlap. Never null; at least one part when `since` is
-/// older.
+/// What changed after the picture with counter `since` (0: everything), in little-endian words: the
+/// number of parts; x | y << 16 and width | height << 16 of each; then the pixels of each, row by
+/// row, as tokens: a number n of pixels that follow, or kRunOfOne | n for n of the one that
+/// follows. A pixel is a word of straight RGBA, red in the lowest byte; no token goes beyond its
+/// row. Parts do not overlap. Never null; at least one part when `since` is older.
 SharedBytes changedParts(StreamPicture& picture, uint64_t since);
 
 /// Gives the memory back. The counter goes on: no viewer may meet a number again.

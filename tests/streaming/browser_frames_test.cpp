@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <thread>
 
@@ -198,19 +199,30 @@ struct PartsViewer {
         picture.assign(static_cast<size_t>(width) * height * 4, 0xEE);
     }
     void put(const FrameBytes& bytes) {
-        const auto word = [&](size_t at) { return bytes.at(at) | bytes.at(at + 1) << 8; };
-        const size_t count = word(0);
+        ASSERT_EQ(bytes.size() % 4, 0u);
+        std::vector<uint32_t> words(bytes.size() / 4);
+        std::memcpy(words.data(), bytes.data(), bytes.size());
+        const size_t count = words.at(0);
         ASSERT_GT(count, 0u);
-        size_t at = 4 + count * 8;
+        size_t at = 1 + count * 2;
         for (size_t i = 0; i < count; ++i) {
-            const int x = word(4 + i * 8), y = word(6 + i * 8);
-            const int w = word(8 + i * 8), h = word(10 + i * 8);
+            const uint32_t place = words.at(1 + i * 2), size = words.at(2 + i * 2);
+            const int x = place & 0xFFFF, y = place >> 16, w = size & 0xFFFF, h = size >> 16;
             ASSERT_TRUE(x + w <= width && y + h <= height);
-            for (int row = 0; row < h; ++row, at += static_cast<size_t>(w) * 4)
-                std::copy_n(&bytes.at(at), w * 4,
-                            &picture.at((static_cast<size_t>(y + row) * width + x) * 4));
+            for (int done = 0; done < w * h;) {
+                const uint32_t token = words.at(at++);
+                const int n = static_cast<int>(token & ~kRunOfOne);
+                ASSERT_TRUE(n > 0 && done % w + n <= w) << "within its row";
+                for (int k = 0; k < n; ++k, ++done) {
+                    const uint32_t pixel = words.at(token & kRunOfOne ? at : at + k);
+                    std::memcpy(
+                        &picture.at((static_cast<size_t>(y + done / w) * width + x + done % w) * 4),
+                        &pixel, 4);
+                }
+                at += token & kRunOfOne ? 1 : n;
+            }
         }
-        EXPECT_EQ(at, bytes.size());
+        EXPECT_EQ(at, words.size());
         received = bytes.size();
     }
     void answer() {
@@ -276,11 +288,12 @@ TEST_F(Hub, AViewerOfPartsIsSentWhatChangedAndNothingElse) {
     };
     EXPECT_EQ(shown(), 1); // the size
     EXPECT_EQ(shown(), 1);
-    EXPECT_EQ(viewer.received, 4u + 8u + 400u * 480 * 4);
+    EXPECT_EQ(viewer.received, 4u + 8u + 480u * 8) << "a row of one colour is a run";
     EXPECT_EQ(shown(), 0) << "painted again, the same picture";
     picture.bytes[static_cast<size_t>(100) * picture.stride + 70 * 4] ^= 1;
     EXPECT_EQ(shown(), 1);
-    EXPECT_EQ(viewer.received, 4u + 8u + 32u * 16 * 4) << "one tile";
+    // One tile; the row with the spot is a stretch of 6, the spot with it, and a run of 25.
+    EXPECT_EQ(viewer.received, 4u + 8u + 15u * 8 + (8u + 4u + 4u + 8u));
 }
 
 // Two captures, the sender, and viewers that come and go: whole pictures only, never an older one
