@@ -443,7 +443,7 @@ void TrackMapOverlay::drawCars(ListPainter& p, RectF bounds, PointF away, float 
     const bool numbers = config.trackmap.tmShowCarNumbers;
     drawDots(p, dots_, numbers ? size : 0);
     if (!numbers) return;
-    placePlates(plates_, dots_, taken_, bounds, away);
+    placePlates(plates_, dots_, taken_, bounds, away, clockMs(host.clock));
     drawPlates(p, plates_, size);
 }
 

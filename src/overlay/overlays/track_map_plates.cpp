@@ -8,11 +8,12 @@ namespace vt {
 
 namespace {
 
-constexpr float kRing = 1.5f;    // the dark edge of a dot
-constexpr float kSpare = 2;      // room that a new plate wants on all sides
-constexpr float kStay = 0.015f;  // of a lap: so much nearer a car must be to take a plate's room
-constexpr float kAlong = 0.85f;  // a plate more along the road than this looks for a better side
-constexpr float kAcross = 0.55f; // and this is one
+constexpr float kRing = 1.5f;      // the dark edge of a dot
+constexpr float kSpare = 2;        // room that a new plate wants on all sides
+constexpr uint64_t kRestMs = 1000; // before a plate that lost its room looks for another
+constexpr float kStay = 0.015f;    // of a lap: so much nearer a car must be to take a plate's room
+constexpr float kAlong = 0.85f;    // a plate more along the road than this looks for a better side
+constexpr float kAcross = 0.55f;   // and this is one
 constexpr float kDiagonal = 0.70710678f;
 
 constexpr std::array<PointF, 8> kSides = {{
@@ -55,8 +56,8 @@ struct Room {
     RectF bounds;
 
     bool holds(const MapDot& own, const RectF& box, float spare) const {
-        if (box.left < bounds.left || box.top < bounds.top || box.right > bounds.right ||
-            box.bottom > bounds.bottom)
+        if (box.left < bounds.left + spare || box.top < bounds.top + spare ||
+            box.right > bounds.right - spare || box.bottom > bounds.bottom - spare)
             return false;
         for (const MapDot& dot : dots) {
             if (&dot == &own) continue;
@@ -68,9 +69,14 @@ struct Room {
         for (const MapPlate& plate : shown)
             if (meet(box, plate.box, spare / 2)) return false;
         return std::none_of(taken.begin(), taken.end(),
-                            [&](const RectF& other) { return meet(box, other, 0); });
+                            [&](const RectF& other) { return meet(box, other, spare / 2); });
     }
 };
+
+template <class Each>
+bool holdsKey(const std::vector<Each>& all, int key) {
+    return std::any_of(all.begin(), all.end(), [key](const Each& each) { return each.key == key; });
+}
 
 /// Sides from the best to the worst: across the road rather than along it, outwards rather than in.
 std::array<uint8_t, 8> sidesFor(const MapDot& dot, PointF away) {
@@ -103,12 +109,14 @@ bool choose(MapPlate& plate, int before, const MapDot& dot, const Room& room, Po
 } // namespace
 
 void placePlates(MapPlates& plates, std::span<const MapDot> dots, std::span<const RectF> taken,
-                 RectF bounds, PointF away) {
+                 RectF bounds, PointF away, uint64_t nowMs) {
     std::swap(plates.last, plates.shown);
     plates.shown.clear();
     plates.order.clear();
+    std::erase_if(plates.resting, [&](const auto& each) { return each.untilMs <= nowMs; });
     for (const MapDot& dot : dots) {
         if (!(dot.halfWidth > 0)) continue;
+        if (dot.apart >= 0 && holdsKey(plates.resting, dot.car->key)) continue;
         const auto before =
             std::find_if(plates.last.begin(), plates.last.end(),
                          [&](const MapPlate& plate) { return plate.key == dot.car->key; });
@@ -124,6 +132,9 @@ void placePlates(MapPlates& plates, std::span<const MapDot> dots, std::span<cons
         MapPlate plate{next.dot->car->key, 0, next.dot, {}};
         if (choose(plate, next.side, *next.dot, room, away)) plates.shown.push_back(plate);
     }
+    for (const MapPlate& plate : plates.last)
+        if (!holdsKey(plates.shown, plate.key))
+            plates.resting.push_back({plate.key, nowMs + kRestMs});
 }
 
 } // namespace vt

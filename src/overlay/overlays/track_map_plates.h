@@ -28,6 +28,11 @@ struct MapPlate {
 /// The plates of the last picture, which the next one starts from.
 struct MapPlates {
     std::vector<MapPlate> shown;
+    struct Rest {
+        int key = -1;
+        uint64_t untilMs = 0;
+    };
+    std::vector<Rest> resting; // that lost their room a moment ago
     // Scratch, kept for its memory.
     struct Rank {
         float apart = 0;
@@ -41,9 +46,10 @@ struct MapPlates {
 /// Chooses the plates of the present picture: the player's first, then those of the cars nearest to
 /// him; a car without room goes without. A plate covers no dot but its own, no other plate, nothing
 /// of `taken`, and stays inside `bounds`. A plate that was shown keeps its side for as long as it
-/// has room, and needs less room than a new one: cars that move a little change nothing. `away` is
-/// the point that plates rather turn their backs on.
+/// has room, and needs less room than a new one: cars that move a little change nothing. One that
+/// has none any more stays away for a second, but for the player's. `away` is the point that plates
+/// rather turn their backs on.
 void placePlates(MapPlates& plates, std::span<const MapDot> dots, std::span<const RectF> taken,
-                 RectF bounds, PointF away);
+                 RectF bounds, PointF away, uint64_t nowMs);
 
 } // namespace vt
