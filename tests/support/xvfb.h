@@ -46,16 +46,23 @@ inline pid_t startProgram(const std::vector<std::string>& words, int keep = -1) 
     _exit(127);
 }
 
+/// Asks it to end; after ten seconds it is ended.
 inline void endProgram(pid_t pid, int signal = SIGTERM) {
     if (pid <= 0) return;
     kill(pid, signal);
+    for (int i = 0; i < 1000; ++i) {
+        if (waitpid(pid, nullptr, WNOHANG) != 0) return;
+        usleep(10'000);
+    }
+    kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
 }
 
-/// What a shell command prints.
+/// What a shell command prints within half a minute: a client of a server that went may never end.
 inline std::string shellOutput(const std::string& command) {
     std::string text;
-    FILE* pipe = popen(("{ " + command + "; } 2>/dev/null").c_str(), "r");
+    setenv("VT_COMMAND", command.c_str(), 1);
+    FILE* pipe = popen("timeout -k 5 30 sh -c \"$VT_COMMAND\" 2>/dev/null", "r");
     if (!pipe) return text;
     char buffer[4096];
     for (size_t n = 0; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
